@@ -1,0 +1,11 @@
+#pragma once
+
+// libmsgfilter: every public class of zefa::msg_filter and the exported rule engine.
+
+#include <msgfilter/msgfilter_export.h>
+
+// Rule engine and stand-alone filter
+
+// Message store
+
+// Engine side
