@@ -44,7 +44,8 @@ public:
 
     /// The handler of an implementation, created and wired to the listeners on first
     /// request.
-    impl_detail::EngineMessageHandler* getImplementaionMessageHandler(const QString& implementation);
+    impl_detail::EngineMessageHandler* getImplementaionMessageHandler(
+        const QString& implementation);
 
 public Q_SLOTS:
     void updateMessangeHanlderMap(const QString& implementation);
@@ -55,8 +56,8 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     /// Declared for the host; the library itself never emits it.
-    void sigMessageOut(const QString& implementation, const QString& milestone,
-                       const QString& task, const QString& engine, const QString& line);
+    void sigMessageOut(const QString& implementation, const QString& milestone, const QString& task,
+        const QString& engine, const QString& line);
     /// An engine output line of the active implementation that no rule recognised,
     /// with the count 0.
     void sigMessagesOut(const QString&, int);

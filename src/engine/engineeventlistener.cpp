@@ -35,7 +35,7 @@ EngineEventListener::EngineEventListener(QObject* parent)
     zefa::pelno::RegisterEventListoner(&task, this);
     zefa::pelno::RegisterEventListoner(&process, this);
     zefa::pelno::RegisterEventListoner(&engine, this);
-    zefa::pelno::RegisterEventListoner(&project, this, static_cast<zefa::pelno::LISTONER_PRIORITY>(1));
+    zefa::pelno::RegisterEventListoner(&project, this, zefa::pelno::LISTONER_PRIORITY_PROJECT);
     zefa::pelno::RegisterEventListoner(&implement, this);
 }
 

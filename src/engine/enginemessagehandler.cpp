@@ -46,10 +46,11 @@ EngineMessageHandler::EngineMessageHandler(const QString& implementation, QObjec
     // Every handler classifies with the one device family the tool drives.
     m_target = ZefaMsgParserEngin::getMsgParserEngin()->getTarget(kDeviceTarget);
 
-    zefa::pelno::ZefaProjectManager* projects = zefa::pelno::ZefaProjectManager::getProjectManager();
+    zefa::pelno::ZefaProjectManager* projects =
+        zefa::pelno::ZefaProjectManager::getProjectManager();
     if (projects != nullptr && projects->getProject() != nullptr) {
-        m_active = fromHostText(projects->getProject()->getDefaultImplementation())
-            == m_implementation;
+        m_active =
+            fromHostText(projects->getProject()->getDefaultImplementation()) == m_implementation;
     }
     m_messageObject = MessageManager::getInstance()->getObject(m_implementation);
 }
@@ -70,8 +71,7 @@ void EngineMessageHandler::updateMessageParser()
     }
 }
 
-void EngineMessageHandler::onEngineMessageOut(const QString& implemenation,
-                                              const QString& message)
+void EngineMessageHandler::onEngineMessageOut(const QString& implemenation, const QString& message)
 {
     if (implemenation != m_implementation) {
         return;
@@ -103,8 +103,8 @@ void EngineMessageHandler::processMessageBuffer()
 void EngineMessageHandler::handleMessageLine(const QString& line)
 {
     const std::string text = toHostText(line);
-    ZefaMsgParserRule* rule
-        = FindBestMatchRule(ZefaMsgParserEngin::getMsgParserEngin(), m_engineParser, text);
+    ZefaMsgParserRule* rule =
+        FindBestMatchRule(ZefaMsgParserEngin::getMsgParserEngin(), m_engineParser, text);
     if (rule == nullptr) {
         if (m_active) {
             Q_EMIT sigMessagesOut(line, 0);
@@ -131,8 +131,8 @@ void EngineMessageHandler::handleMessageLine(const QString& line)
     } else {
         severity = convertMessageType(typeText);
         QStringList captures;
-        const QString messageText
-            = oldFormatExpression().matchesWhole(line, &captures) ? captures.value(3) : line;
+        const QString messageText =
+            oldFormatExpression().matchesWhole(line, &captures) ? captures.value(3) : line;
         dynamic.append(messageText.trimmed());
         if (!idText.empty()) {
             id = fromHostText(idText);
@@ -147,7 +147,7 @@ void EngineMessageHandler::handleMessageLine(const QString& line)
 }
 
 void EngineMessageHandler::parseNewMessage(const FieldList& fields, QString& id, QString& type,
-                                           QStringList& dynamic, QStringList& navigation)
+    QStringList& dynamic, QStringList& navigation)
 {
     id.clear();
     dynamic.clear();
@@ -216,8 +216,8 @@ QString EngineMessageHandler::parseOldMessageIds(QString& id, const QString& sev
     return QStringLiteral("common");
 }
 
-void EngineMessageHandler::parseOldMessageNavigation(const FieldList& fields,
-                                                     QStringList& navigation)
+void EngineMessageHandler::parseOldMessageNavigation(
+    const FieldList& fields, QStringList& navigation)
 {
     navigation.clear();
     for (const auto& field : fields) {
@@ -252,7 +252,8 @@ void EngineMessageHandler::onTaskStarted(const QString& implementation, int)
     if (implementation != m_implementation) {
         return;
     }
-    qDebug() << "task started:" << "implementation:" << implementation;
+    qDebug() << "task started:"
+             << "implementation:" << implementation;
 }
 
 void EngineMessageHandler::onTaskFinished(const QString& implementation, int)
@@ -260,21 +261,23 @@ void EngineMessageHandler::onTaskFinished(const QString& implementation, int)
     if (implementation != m_implementation) {
         return;
     }
-    qDebug() << "task finished:" << "implementation:" << implementation;
+    qDebug() << "task finished:"
+             << "implementation:" << implementation;
     // The store files what arrives between tasks under its "Tool" pseudo-process.
     if (m_messageObject != nullptr) {
         m_messageObject->setCurrentProcess(QString());
     }
 }
 
-void EngineMessageHandler::onProcessStarted(const QString& implementation,
-                                            const QString& milestone, const QString& task)
+void EngineMessageHandler::onProcessStarted(
+    const QString& implementation, const QString& milestone, const QString& task)
 {
     if (implementation != m_implementation) {
         return;
     }
-    qDebug() << "\nprocess started:" << "implementation:" << implementation << " milestone:"
-             << milestone << " task:" << task;
+    qDebug() << "\nprocess started:"
+             << "implementation:" << implementation << " milestone:" << milestone
+             << " task:" << task;
     if (m_messageObject != nullptr) {
         m_messageObject->setCurrentProcess(task);
         m_messageObject->setFilterProcess(milestone);
@@ -282,36 +285,41 @@ void EngineMessageHandler::onProcessStarted(const QString& implementation,
     }
 }
 
-void EngineMessageHandler::onProcessFinished(const QString& implementation,
-                                             const QString& milestone, const QString& task)
+void EngineMessageHandler::onProcessFinished(
+    const QString& implementation, const QString& milestone, const QString& task)
 {
     if (implementation != m_implementation) {
         return;
     }
-    qDebug() << "process finished:" << "implementation:" << implementation << " milestone:"
-             << milestone << " task:" << task;
+    qDebug() << "process finished:"
+             << "implementation:" << implementation << " milestone:" << milestone
+             << " task:" << task;
 }
 
-void EngineMessageHandler::onEngineStarted(const QString& implementation, const QString& task,
-                                           const QString& engine)
+void EngineMessageHandler::onEngineStarted(
+    const QString& implementation, const QString& task, const QString& engine)
 {
     if (implementation != m_implementation) {
         return;
     }
-    qDebug() << "engine started:" << "implementation:" << implementation << " milestone:"
-             << "N/A" << " task:" << task << " engine:" << engine;
+    qDebug() << "engine started:"
+             << "implementation:" << implementation << " milestone:"
+             << "N/A"
+             << " task:" << task << " engine:" << engine;
     m_currentEngine = engine;
     updateMessageParser();
 }
 
-void EngineMessageHandler::onEngineFinished(const QString& implementation, const QString& task,
-                                            const QString& engine)
+void EngineMessageHandler::onEngineFinished(
+    const QString& implementation, const QString& task, const QString& engine)
 {
     if (implementation != m_implementation) {
         return;
     }
-    qDebug() << "engine finished:" << "implementation:" << implementation << " milestone:"
-             << "N/A" << " task:" << task << " engine:" << engine;
+    qDebug() << "engine finished:"
+             << "implementation:" << implementation << " milestone:"
+             << "N/A"
+             << " task:" << task << " engine:" << engine;
     // The unterminated tail is handled now, so that it is not lost if nothing follows,
     // and kept: the next output of this implementation continues it and it is handled
     // again, whole, when its line feed arrives. The rule set stays selected as well.

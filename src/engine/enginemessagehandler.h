@@ -45,7 +45,7 @@ public:
     /// Decodes the fields of a structured line: id, severity word and the argument values
     /// split into dynamic and navigation data by the counts the line announces.
     static void parseNewMessage(const FieldList& fields, QString& id, QString& type,
-                                QStringList& dynamic, QStringList& navigation);
+        QStringList& dynamic, QStringList& navigation);
     /// Undoes the XML escaping of an argument value. "&amp;" is decoded before the entities
     /// that follow it, so a doubly escaped "&amp;lt;" becomes "<": engines escape some
     /// values twice and rely on this.
@@ -66,14 +66,13 @@ public Q_SLOTS:
 
     void onTaskStarted(const QString& implementation, int status_code);
     void onTaskFinished(const QString& implementation, int status_code);
-    void onProcessStarted(const QString& implementation, const QString& milestone,
-                          const QString& task);
-    void onProcessFinished(const QString& implementation, const QString& milestone,
-                           const QString& task);
-    void onEngineStarted(const QString& implementation, const QString& task,
-                         const QString& engine);
-    void onEngineFinished(const QString& implementation, const QString& task,
-                          const QString& engine);
+    void onProcessStarted(
+        const QString& implementation, const QString& milestone, const QString& task);
+    void onProcessFinished(
+        const QString& implementation, const QString& milestone, const QString& task);
+    void onEngineStarted(const QString& implementation, const QString& task, const QString& engine);
+    void onEngineFinished(
+        const QString& implementation, const QString& task, const QString& engine);
 
 Q_SIGNALS:
     void sigMessagesOut(const QString&, int);

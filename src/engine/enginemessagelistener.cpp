@@ -14,7 +14,8 @@ constexpr int kEngineOutputKind = 6;
 EngineMessageListener::EngineMessageListener(QObject* parent)
     : QObject(parent)
 {
-    const zefa::pelno::PELNO_EVENT_LISTONER_CONTEXT context { "Message", "PELNO_Message", 0, "", "", 8 };
+    const zefa::pelno::PELNO_EVENT_LISTONER_CONTEXT context { "Message", "PELNO_Message", 0, "", "",
+        8 };
     zefa::pelno::RegisterEventListoner(&context, this);
 }
 
@@ -33,8 +34,8 @@ long EngineMessageListener::notify(zefa::pelno::PELNO_EVENT_OBJ* event, long*)
     // Only "Message" events reach this listener, and those are message records.
     auto* message = static_cast<zefa::pelno::PELNO_MESSAGE_EVENT_OBJ*>(event);
     if (message->message_kind == kEngineOutputKind) {
-        Q_EMIT sigEngineMessageOut(fromHostText(message->header.implementation),
-                                   fromHostText(message->message));
+        Q_EMIT sigEngineMessageOut(
+            fromHostText(message->header.implementation), fromHostText(message->message));
     }
     return 0;
 }

@@ -1,10 +1,9 @@
-#include <msgfilter/enginemessagemanager.h>
-
 #include "engine/asciitext.h"
 #include "engine/engineeventlistener.h"
 #include "engine/enginemessagehandler.h"
 #include "engine/enginemessagelistener.h"
 
+#include <msgfilter/enginemessagemanager.h>
 #include <msgfilter/host/host.h>
 #include <msgfilter/msgfilter.h>
 
@@ -12,6 +11,7 @@
 #include <QMutexLocker>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zefa::msg_filter {
@@ -30,7 +30,9 @@ const char kFilterReportId[] = "Report_MessageFilter";
 
 EngineMessageManager* EngineMessageManager::instance()
 {
-    return &SINGLETON_PLACEHOLDER;
+    // Built in static storage at the first call, destroyed at exit; a call after that
+    // throws "Dead Reference Detected".
+    return &zefa::pelno::SingletonHolder<EngineMessageManager>::instance();
 }
 
 EngineMessageManager::EngineMessageManager(QObject* parent)
@@ -39,15 +41,15 @@ EngineMessageManager::EngineMessageManager(QObject* parent)
     , m_messageListener(new EngineMessageListener(this))
 {
     connect(m_eventListener, &EngineEventListener::sigTaskStarted, this,
-            &EngineMessageManager::updateMessangeHanlderMap);
+        &EngineMessageManager::updateMessangeHanlderMap);
     connect(m_eventListener, &EngineEventListener::sigProjectLoaded, this,
-            &EngineMessageManager::onLoadProject);
+        &EngineMessageManager::onLoadProject);
     connect(m_eventListener, &EngineEventListener::sigProjectClosed, this,
-            &EngineMessageManager::clearAllMessageHanlder);
+        &EngineMessageManager::clearAllMessageHanlder);
     connect(m_eventListener, &EngineEventListener::sigImplementationRemoved, this,
-            &EngineMessageManager::clearOneMessageHandler);
+        &EngineMessageManager::clearOneMessageHandler);
     connect(m_eventListener, &EngineEventListener::sigDefaultImplementationChanged, this,
-            &EngineMessageManager::onDefaultImplementationChanged);
+        &EngineMessageManager::onDefaultImplementationChanged);
 }
 
 // The handlers and both listeners go with the manager as its children.
@@ -66,23 +68,23 @@ EngineMessageHandler* EngineMessageManager::getImplementaionMessageHandler(
     m_handlers.insert(implementation, handler);
     // Each handler hears every implementation's events and keeps its own.
     connect(m_eventListener, &EngineEventListener::sigTaskStarted, handler,
-            &EngineMessageHandler::onTaskStarted);
+        &EngineMessageHandler::onTaskStarted);
     connect(m_eventListener, &EngineEventListener::sigTaskFinished, handler,
-            &EngineMessageHandler::onTaskFinished);
+        &EngineMessageHandler::onTaskFinished);
     connect(m_eventListener, &EngineEventListener::sigProcessStarted, handler,
-            &EngineMessageHandler::onProcessStarted);
+        &EngineMessageHandler::onProcessStarted);
     connect(m_eventListener, &EngineEventListener::sigProcessFinished, handler,
-            &EngineMessageHandler::onProcessFinished);
+        &EngineMessageHandler::onProcessFinished);
     connect(m_eventListener, &EngineEventListener::sigEngineStarted, handler,
-            &EngineMessageHandler::onEngineStarted);
+        &EngineMessageHandler::onEngineStarted);
     connect(m_eventListener, &EngineEventListener::sigEngineFinished, handler,
-            &EngineMessageHandler::onEngineFinished);
+        &EngineMessageHandler::onEngineFinished);
     connect(m_eventListener, &EngineEventListener::sigDefaultImplementationChanged, handler,
-            &EngineMessageHandler::onActiveImplementationChanged);
+        &EngineMessageHandler::onActiveImplementationChanged);
     connect(m_messageListener, &EngineMessageListener::sigEngineMessageOut, handler,
-            &EngineMessageHandler::onEngineMessageOut);
+        &EngineMessageHandler::onEngineMessageOut);
     connect(handler, &EngineMessageHandler::sigMessagesOut, this,
-            &EngineMessageManager::sigMessagesOut);
+        &EngineMessageManager::sigMessagesOut);
     return handler;
 }
 
@@ -120,8 +122,8 @@ void EngineMessageManager::clearAllMessageHanlder()
 
 void EngineMessageManager::onLoadProject()
 {
-    zefa::pelno::ZefaImplementation* implementation
-        = zefa::pelno::ZefaProjectManager::getProjectManager()->getDefaultImplementation();
+    zefa::pelno::ZefaImplementation* implementation =
+        zefa::pelno::ZefaProjectManager::getProjectManager()->getDefaultImplementation();
     if (implementation == nullptr) {
         return;
     }
