@@ -34,8 +34,8 @@ public:
     MessageObject* getObject(const QString& name);
     void setActiveObject(const QString& name);
     /// Hands a catalogue message to the active object; nothing when no name is active.
-    void appendMessage(int number, const QString& messageId, int type,
-                       const QString& displayString);
+    void appendMessage(
+        int number, const QString& messageId, int type, const QString& displayString);
     /// Destroys the object of `name`. The active name is kept unless no object is left.
     void clearOneObject(const QString& name);
     void clearAllObjects();

@@ -27,10 +27,10 @@ class MSGFILTER_EXPORT MessageNode {
 public:
     /// A tool message: catalogue number, id text, severity word, process, display string.
     MessageNode(int number, const QString& messageId, const QString& severity,
-                const QString& process, const QString& displayString);
+        const QString& process, const QString& displayString);
     /// An engine message: id text, severity word, process and the final argument lists.
     MessageNode(const QString& messageId, const QString& severity, const QString& process,
-                const QStringList& dynamicData, const QStringList& navigationData);
+        const QStringList& dynamicData, const QStringList& navigationData);
     MessageNode(const MessageNode& other) = default;
     MessageNode& operator=(const MessageNode& other) = default;
     ~MessageNode() = default;

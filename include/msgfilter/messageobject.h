@@ -48,14 +48,14 @@ public:
     /// (the id is then the catalogue key); a non-empty `severity` that differs from the
     /// catalogue's word overrides the catalogue's type for the key.
     void postMessage(const QString& component, const QString& messageId, const QString& severity,
-                     const QStringList& dynamicData, const QStringList& navigationData);
+        const QStringList& dynamicData, const QStringList& navigationData);
     /// As above, keeping the catalogue's own severity.
     void postMessage(const QString& component, const QString& messageId,
-                     const QStringList& dynamicData, const QStringList& navigationData);
+        const QStringList& dynamicData, const QStringList& navigationData);
     /// Records one tool message from the catalogue; only an active object whose current
     /// process is "Tool" records it, and never for catalogue number -1.
-    void appendMessage(int number, const QString& messageId, int type,
-                       const QString& displayString);
+    void appendMessage(
+        int number, const QString& messageId, int type, const QString& displayString);
 
     /// An empty name selects "Tool".
     void setCurrentProcess(const QString& process);
@@ -86,11 +86,11 @@ public:
     /// Fills the lists and the hidden messages of the named filter; an unknown name leaves
     /// every output untouched.
     void getFilter(const QString& name, QStringList& messageIds, QStringList& milestones,
-                   QStringList& severities, QVector<MessageNode*>& messages);
+        QStringList& severities, QVector<MessageNode*>& messages);
     /// Stores a copy of the filter under `name`, saves the filters and re-applies them.
     void saveFilter(const QString& name, const QStringList& messageIds,
-                    const QStringList& milestones, const QStringList& severities,
-                    const QVector<MessageNode*>& messages);
+        const QStringList& milestones, const QStringList& severities,
+        const QVector<MessageNode*>& messages);
     void deleteFilter(const QString& name);
     void setActiveFilter(const QString& name);
 

@@ -32,7 +32,10 @@ MessageFilter::MessageFilter(QObject* parent)
 {
 }
 
-MessageFilter::~MessageFilter() { qDeleteAll(m_filters); }
+MessageFilter::~MessageFilter()
+{
+    qDeleteAll(m_filters);
+}
 
 void MessageFilter::loadFilters(const QString& path)
 {
@@ -55,16 +58,25 @@ void MessageFilter::saveFilters(const QString& path)
     writer.doWrite(m_filters, m_activeFilterName);
 }
 
-void MessageFilter::setPnFilter(const QString& name) { m_activeFilterName = name; }
+void MessageFilter::setPnFilter(const QString& name)
+{
+    m_activeFilterName = name;
+}
 
-QString MessageFilter::getPnFilter() const { return m_activeFilterName; }
+QString MessageFilter::getPnFilter() const
+{
+    return m_activeFilterName;
+}
 
 MessageFilter::FilterNode* MessageFilter::getFilter(const QString& name) const
 {
     return m_filters.value(name, nullptr);
 }
 
-QStringList MessageFilter::getAllFilterName() const { return m_filters.keys(); }
+QStringList MessageFilter::getAllFilterName() const
+{
+    return m_filters.keys();
+}
 
 void MessageFilter::deleteFilter(const QString& name)
 {

@@ -56,9 +56,8 @@ bool MessageFilterReadWrite::doWrite(const FilterTable& filters, const QString& 
             writer.writeTextElement(
                 kIdElement, node->generalFilter.value(Mask::MaskMessageID).join(kListSeparator));
             writer.writeTextElement(kSeverityElement,
-                                    node->generalFilter.value(Mask::MaskSeverity).join(kListSeparator));
-            writer.writeTextElement(
-                kMilestoneElement,
+                node->generalFilter.value(Mask::MaskSeverity).join(kListSeparator));
+            writer.writeTextElement(kMilestoneElement,
                 node->generalFilter.value(Mask::MaskMilestone).join(kListSeparator));
             writer.writeEndElement();
 
@@ -81,8 +80,8 @@ bool MessageFilterReadWrite::doWrite(const FilterTable& filters, const QString& 
     return saved;
 }
 
-bool MessageFilterReadWrite::doRead(FilterTable& filters, QString& activeName,
-                                    FilterReadOwnership& owned)
+bool MessageFilterReadWrite::doRead(
+    FilterTable& filters, QString& activeName, FilterReadOwnership& owned)
 {
     if (!QFile::exists(m_fileName)) {
         qDebug() << "message file doesn't exist" << kLocation << kMissingLine;
@@ -134,8 +133,8 @@ bool MessageFilterReadWrite::doRead(FilterTable& filters, QString& activeName,
                     : name == kMilestoneElement        ? &milestones
                                                        : nullptr;
                 if (list)
-                    *list = reader.readElementText().split(kListSeparator, Qt::SkipEmptyParts,
-                                                           Qt::CaseSensitive);
+                    *list = reader.readElementText().split(
+                        kListSeparator, Qt::SkipEmptyParts, Qt::CaseSensitive);
             } else if (section == Section::Individual) {
                 if (name == kIdElement)
                     recordId = reader.readElementText().trimmed();
@@ -167,10 +166,9 @@ bool MessageFilterReadWrite::doRead(FilterTable& filters, QString& activeName,
                 filterName.clear();
             } else if (name == kGeneralElement && inFilter && section == Section::General) {
                 section = Section::None;
-            } else if (name == kIndividualElement && inFilter
-                       && section == Section::Individual) {
-                auto* record
-                    = new MessageNode(recordId, recordSeverity, recordMilestone, recordDynamic, {});
+            } else if (name == kIndividualElement && inFilter && section == Section::Individual) {
+                auto* record =
+                    new MessageNode(recordId, recordSeverity, recordMilestone, recordDynamic, {});
                 owned.records.emplace_back(record);
                 records.append(record);
                 recordId.clear();

@@ -19,8 +19,8 @@ bool saveXmlDocument(const QString& path, const std::function<void(QXmlStreamWri
     // commit() flushes the last buffered bytes itself but does not notice when that
     // flush fails: it would rename a truncated file over the good one. Flush first and
     // look at every error there is, and discard the temporary file on any of them.
-    const bool written = !writer.hasError() && file.error() == QFileDevice::NoError
-        && file.flush() && file.error() == QFileDevice::NoError;
+    const bool written = !writer.hasError() && file.error() == QFileDevice::NoError && file.flush()
+        && file.error() == QFileDevice::NoError;
     if (!written) {
         file.cancelWriting();
         file.commit(); // removes the temporary file

@@ -42,8 +42,8 @@ void MessageManager::setActiveObject(const QString& name)
     m_activeObjectName = name;
 }
 
-void MessageManager::appendMessage(int number, const QString& messageId, int type,
-                                   const QString& displayString)
+void MessageManager::appendMessage(
+    int number, const QString& messageId, int type, const QString& displayString)
 {
     if (m_activeObjectName.isEmpty())
         return;
@@ -68,8 +68,14 @@ void MessageManager::clearAllObjects()
     m_activeObjectName = QString();
 }
 
-QString MessageManager::getActiveObjectName() const { return m_activeObjectName; }
+QString MessageManager::getActiveObjectName() const
+{
+    return m_activeObjectName;
+}
 
-QStringList MessageManager::getObjectNames() const { return m_objects.keys(); }
+QStringList MessageManager::getObjectNames() const
+{
+    return m_objects.keys();
+}
 
 } // namespace zefa::msg_filter

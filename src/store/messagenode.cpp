@@ -9,7 +9,7 @@ using impl_detail::fromLatin1Vector;
 using impl_detail::toLatin1Vector;
 
 MessageNode::MessageNode(int number, const QString& messageId, const QString& severity,
-                         const QString& process, const QString& displayString)
+    const QString& process, const QString& displayString)
     : m_number(number)
     , m_messageId(messageId)
     , m_severity(severity)
@@ -20,9 +20,8 @@ MessageNode::MessageNode(int number, const QString& messageId, const QString& se
 {
 }
 
-MessageNode::MessageNode(const QString& messageId, const QString& severity,
-                         const QString& process, const QStringList& dynamicData,
-                         const QStringList& navigationData)
+MessageNode::MessageNode(const QString& messageId, const QString& severity, const QString& process,
+    const QStringList& dynamicData, const QStringList& navigationData)
     : m_number(-1)
     , m_messageId(messageId)
     , m_severity(severity)
@@ -41,13 +40,25 @@ MessageNode::MessageNode(const QString& messageId, const QString& severity,
     m_displayString = impl_detail::fromLatin1String(rendered).trimmed();
 }
 
-QString MessageNode::getMessageID() const { return m_messageId; }
+QString MessageNode::getMessageID() const
+{
+    return m_messageId;
+}
 
-QString MessageNode::getMessageSeverity() const { return m_severity; }
+QString MessageNode::getMessageSeverity() const
+{
+    return m_severity;
+}
 
-QString MessageNode::getMessageProcess() const { return m_process; }
+QString MessageNode::getMessageProcess() const
+{
+    return m_process;
+}
 
-QString MessageNode::getMessageDisplayString() const { return m_displayString; }
+QString MessageNode::getMessageDisplayString() const
+{
+    return m_displayString;
+}
 
 QStringList MessageNode::getMessageDynamicData()
 {

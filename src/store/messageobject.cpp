@@ -59,8 +59,7 @@ MessageObject::~MessageObject()
 }
 
 void MessageObject::postMessage(const QString& component, const QString& messageId,
-                                const QString& severity, const QStringList& dynamicData,
-                                const QStringList& navigationData)
+    const QString& severity, const QStringList& dynamicData, const QStringList& navigationData)
 {
     if (m_currentProcess.isEmpty())
         return;
@@ -71,8 +70,8 @@ void MessageObject::postMessage(const QString& component, const QString& message
     zefa::pelno::msgManager catalogue;
     QString key;
     if (!component.isEmpty()) {
-        const int number = catalogue.getMsgMID(component.toLatin1().constData(),
-                                               messageId.toLatin1().constData());
+        const int number =
+            catalogue.getMsgMID(component.toLatin1().constData(), messageId.toLatin1().constData());
         key = QString::number(number, 10);
     } else {
         key = messageId;
@@ -100,26 +99,26 @@ void MessageObject::postMessage(const QString& component, const QString& message
     if (m_active)
         catalogue.postMsg(keyText.constData(), dynamic, navigation, 0);
 
-    auto* node = new MessageNode(QString::fromLatin1(keyText), impl_detail::fromLatin1String(typeWord),
-                                 m_currentProcess, dynamicData, navigationData);
+    auto* node = new MessageNode(QString::fromLatin1(keyText),
+        impl_detail::fromLatin1String(typeWord), m_currentProcess, dynamicData, navigationData);
     m_buffer[m_currentProcess].append(node);
     Q_EMIT sigMessageAppended(node);
 }
 
 void MessageObject::postMessage(const QString& component, const QString& messageId,
-                                const QStringList& dynamicData, const QStringList& navigationData)
+    const QStringList& dynamicData, const QStringList& navigationData)
 {
     postMessage(component, messageId, QString(), dynamicData, navigationData);
 }
 
-void MessageObject::appendMessage(int number, const QString& messageId, int type,
-                                  const QString& displayString)
+void MessageObject::appendMessage(
+    int number, const QString& messageId, int type, const QString& displayString)
 {
     // Catalogue messages belong to the tool, so they are kept only between flow steps.
     if (!m_active || m_currentProcess != kToolProcess || number == -1)
         return;
-    auto* node = new MessageNode(number, messageId, severityOfType(type), m_currentProcess,
-                                 displayString);
+    auto* node =
+        new MessageNode(number, messageId, severityOfType(type), m_currentProcess, displayString);
     m_buffer[m_currentProcess].append(node);
     Q_EMIT sigMessageAppended(node);
 }
@@ -129,7 +128,10 @@ void MessageObject::setCurrentProcess(const QString& process)
     m_currentProcess = process.isEmpty() ? kToolProcess : process;
 }
 
-QString MessageObject::getCurrentProcess() const { return m_currentProcess; }
+QString MessageObject::getCurrentProcess() const
+{
+    return m_currentProcess;
+}
 
 void MessageObject::setFilterProcess(const QString& process)
 {
@@ -144,7 +146,10 @@ void MessageObject::setObjectActive(bool active)
         m_filter->activePnFilter(m_currentProcess);
 }
 
-bool MessageObject::isObjectActive() const { return m_active; }
+bool MessageObject::isObjectActive() const
+{
+    return m_active;
+}
 
 void MessageObject::refreshCurrentProcessMessages()
 {
@@ -187,13 +192,18 @@ void MessageObject::loadAllFilters(const QString& path)
     m_filter->loadFilters(path);
 }
 
-QStringList MessageObject::getAllFilterNames() { return m_filter->getAllFilterName(); }
+QStringList MessageObject::getAllFilterNames()
+{
+    return m_filter->getAllFilterName();
+}
 
-QString MessageObject::getActiveFilterName() { return m_filter->getPnFilter(); }
+QString MessageObject::getActiveFilterName()
+{
+    return m_filter->getPnFilter();
+}
 
-void MessageObject::getFilter(const QString& name, QStringList& messageIds,
-                              QStringList& milestones, QStringList& severities,
-                              QVector<MessageNode*>& messages)
+void MessageObject::getFilter(const QString& name, QStringList& messageIds, QStringList& milestones,
+    QStringList& severities, QVector<MessageNode*>& messages)
 {
     const MessageFilter::FilterNode* node = m_filter->getFilter(name);
     if (!node)
@@ -205,8 +215,8 @@ void MessageObject::getFilter(const QString& name, QStringList& messageIds,
 }
 
 void MessageObject::saveFilter(const QString& name, const QStringList& messageIds,
-                               const QStringList& milestones, const QStringList& severities,
-                               const QVector<MessageNode*>& messages)
+    const QStringList& milestones, const QStringList& severities,
+    const QVector<MessageNode*>& messages)
 {
     MessageFilter::FilterNode node;
     node.generalFilter.insert(MessageFilter::MaskMessageID, messageIds);

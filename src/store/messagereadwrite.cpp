@@ -27,8 +27,8 @@ constexpr int kMissingLine = 36;
 constexpr int kOpenReadLine = 41;
 constexpr int kOpenWriteLine = 131;
 
-void releaseVector(const QVector<MessageNode*>& nodes,
-                   std::vector<std::unique_ptr<MessageNode>>& released)
+void releaseVector(
+    const QVector<MessageNode*>& nodes, std::vector<std::unique_ptr<MessageNode>>& released)
 {
     for (MessageNode* node : nodes)
         released.emplace_back(node);
