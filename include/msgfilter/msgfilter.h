@@ -13,5 +13,8 @@
 #include <msgfilter/zefamsgtarget.h>
 
 // Message store
+#include <msgfilter/messagemanager.h>
+#include <msgfilter/messagenode.h>
+#include <msgfilter/messageobject.h>
 
 // Engine side
