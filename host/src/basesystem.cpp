@@ -11,7 +11,7 @@ namespace {
 // The directory this shared library was loaded from; empty if the loader cannot tell.
 QString loadedLibraryDirectory()
 {
-    Dl_info info{};
+    Dl_info info {};
     if (dladdr(reinterpret_cast<void*>(&BaseSystem::getDataPath), &info) == 0
         || info.dli_fname == nullptr) {
         return {};
@@ -30,8 +30,8 @@ QDir BaseSystem::getDataPath()
     // a library in a build tree has no such directory and uses the sources' data.
     const QString libraryDirectory = loadedLibraryDirectory();
     if (!libraryDirectory.isEmpty()) {
-        const QDir installed(libraryDirectory + QLatin1Char('/')
-                             + QStringLiteral(MSGFILTER_LIB_TO_DATA));
+        const QDir installed(
+            libraryDirectory + QLatin1Char('/') + QStringLiteral(MSGFILTER_LIB_TO_DATA));
         if (installed.exists()) {
             return QDir(installed.canonicalPath());
         }

@@ -7,5 +7,8 @@
 // Rule engine and stand-alone filter
 
 // Message store
+#include <msgfilter/messagemanager.h>
+#include <msgfilter/messagenode.h>
+#include <msgfilter/messageobject.h>
 
 // Engine side

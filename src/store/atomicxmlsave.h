@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+class QXmlStreamWriter;
+
+namespace zefa::msg_filter::impl_detail {
+
+/// Writes one auto-formatted XML document (declaration included, no end-of-document call)
+/// to `path`, replacing the file only once every byte has reached the disk.
+///
+/// `writeBody` writes the root element and everything under it. Returns false when the
+/// file could not be opened or anything failed on the way (a full disk, a file-size limit);
+/// the previous file is then exactly as it was and no temporary file is left behind.
+bool saveXmlDocument(const QString& path, const std::function<void(QXmlStreamWriter&)>& writeBody);
+
+} // namespace zefa::msg_filter::impl_detail

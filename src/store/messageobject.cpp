@@ -1,0 +1,250 @@
+#include "filters/messagefilter.h"
+#include "store/latin1lists.h"
+#include "store/messagereadwrite.h"
+
+#include <msgfilter/host/host.h>
+#include <msgfilter/messageobject.h>
+
+#include <string>
+#include <utility>
+
+namespace zefa::msg_filter {
+
+using impl_detail::MessageFilter;
+
+namespace {
+
+// The pseudo-process of the tool's own messages.
+const QString kToolProcess = QStringLiteral("Tool");
+
+// Translated once, when the library is loaded.
+const QString kInfoWord = QObject::tr("Info");
+const QString kWarningWord = QObject::tr("Warning");
+const QString kErrorWord = QObject::tr("Error");
+
+// Severity word of a catalogue message type code. Error codes carry extra flag bits in
+// the host (17, 33, 65); the fourth type (8) and anything unknown have no word.
+QString severityOfType(int type)
+{
+    switch (type) {
+    case 4:
+        return kInfoWord;
+    case 2:
+        return kWarningWord;
+    case 1:
+    case 17:
+    case 33:
+    case 65:
+        return kErrorWord;
+    default:
+        return QString();
+    }
+}
+
+} // namespace
+
+MessageObject::MessageObject(QObject* parent)
+    : QObject(parent)
+    , m_active(false)
+    , m_currentProcess(kToolProcess)
+    , m_filter(new MessageFilter(this))
+{
+}
+
+MessageObject::~MessageObject()
+{
+    for (const QVector<MessageNode*>& nodes : qAsConst(m_buffer))
+        qDeleteAll(nodes);
+    m_buffer.clear();
+}
+
+void MessageObject::postMessage(const QString& component, const QString& messageId,
+    const QString& severity, const QStringList& dynamicData, const QStringList& navigationData)
+{
+    if (m_currentProcess.isEmpty())
+        return;
+
+    std::vector<std::string> dynamic = impl_detail::toLatin1Vector(dynamicData);
+    std::vector<std::string> navigation = impl_detail::toLatin1Vector(navigationData);
+
+    zefa::pelno::msgManager catalogue;
+    QString key;
+    if (!component.isEmpty()) {
+        const int number =
+            catalogue.getMsgMID(component.toLatin1().constData(), messageId.toLatin1().constData());
+        key = QString::number(number, 10);
+    } else {
+        key = messageId;
+    }
+    const QByteArray keyText = key.toLatin1();
+
+    std::string typeWord;
+    std::string unused;
+    catalogue.queryMsgType(keyText.constData(), typeWord, unused);
+
+    const QByteArray severityText = severity.toLatin1();
+    if (!severity.isEmpty() && severityText.toStdString() != typeWord) {
+        // The caller knows better than the catalogue: the key's type follows the word,
+        // when the catalogue has a type for that word.
+        zefa::pelno::msgManager override;
+        if (severity.compare(QLatin1String("error"), Qt::CaseInsensitive) == 0)
+            override.setMsgType(keyText.constData(), 1);
+        else if (severity.compare(QLatin1String("warning"), Qt::CaseInsensitive) == 0)
+            override.setMsgType(keyText.constData(), 2);
+        else if (severity.compare(QLatin1String("Info"), Qt::CaseInsensitive) == 0)
+            override.setMsgType(keyText.constData(), 4);
+        typeWord = severityText.toStdString();
+    }
+
+    if (m_active)
+        catalogue.postMsg(keyText.constData(), dynamic, navigation, 0);
+
+    auto* node = new MessageNode(QString::fromLatin1(keyText),
+        impl_detail::fromLatin1String(typeWord), m_currentProcess, dynamicData, navigationData);
+    m_buffer[m_currentProcess].append(node);
+    Q_EMIT sigMessageAppended(node);
+}
+
+void MessageObject::postMessage(const QString& component, const QString& messageId,
+    const QStringList& dynamicData, const QStringList& navigationData)
+{
+    postMessage(component, messageId, QString(), dynamicData, navigationData);
+}
+
+void MessageObject::appendMessage(
+    int number, const QString& messageId, int type, const QString& displayString)
+{
+    // Catalogue messages belong to the tool, so they are kept only between flow steps.
+    if (!m_active || m_currentProcess != kToolProcess || number == -1)
+        return;
+    auto* node =
+        new MessageNode(number, messageId, severityOfType(type), m_currentProcess, displayString);
+    m_buffer[m_currentProcess].append(node);
+    Q_EMIT sigMessageAppended(node);
+}
+
+void MessageObject::setCurrentProcess(const QString& process)
+{
+    m_currentProcess = process.isEmpty() ? kToolProcess : process;
+}
+
+QString MessageObject::getCurrentProcess() const
+{
+    return m_currentProcess;
+}
+
+void MessageObject::setFilterProcess(const QString& process)
+{
+    if (m_active)
+        m_filter->activePnFilter(process.isEmpty() ? kToolProcess : process);
+}
+
+void MessageObject::setObjectActive(bool active)
+{
+    m_active = active;
+    if (active)
+        m_filter->activePnFilter(m_currentProcess);
+}
+
+bool MessageObject::isObjectActive() const
+{
+    return m_active;
+}
+
+void MessageObject::refreshCurrentProcessMessages()
+{
+    // The view and the filters may still point at these nodes: forget them, keep them.
+    const QVector<MessageNode*> removed = m_buffer.take(m_currentProcess);
+    for (MessageNode* node : removed)
+        m_releasedNodes.emplace_back(node);
+    Q_EMIT sigMessageBufferUpdated();
+}
+
+QVector<MessageNode*> MessageObject::reloadAllMessages()
+{
+    QVector<MessageNode*> all;
+    for (const QVector<MessageNode*>& nodes : qAsConst(m_buffer))
+        all += nodes;
+    return all;
+}
+
+void MessageObject::loadProcessMessages(const QString& path)
+{
+    m_messageFilePath = path;
+    impl_detail::MessageReadWrite reader(m_messageFilePath);
+    reader.doRead(m_buffer, m_releasedNodes);
+    Q_EMIT sigMessageBufferUpdated();
+}
+
+void MessageObject::saveProcessMessages()
+{
+    if (m_messageFilePath.isEmpty())
+        return;
+    const QVector<MessageNode*> toolNodes = m_buffer.take(kToolProcess);
+    impl_detail::MessageReadWrite writer(m_messageFilePath);
+    writer.doWrite(m_buffer);
+    m_buffer.insert(kToolProcess, toolNodes);
+}
+
+void MessageObject::loadAllFilters(const QString& path)
+{
+    m_filterFilePath = path;
+    m_filter->loadFilters(path);
+}
+
+QStringList MessageObject::getAllFilterNames()
+{
+    return m_filter->getAllFilterName();
+}
+
+QString MessageObject::getActiveFilterName()
+{
+    return m_filter->getPnFilter();
+}
+
+void MessageObject::getFilter(const QString& name, QStringList& messageIds, QStringList& milestones,
+    QStringList& severities, QVector<MessageNode*>& messages)
+{
+    const MessageFilter::FilterNode* node = m_filter->getFilter(name);
+    if (!node)
+        return;
+    messageIds = node->generalFilter.value(MessageFilter::MaskMessageID);
+    milestones = node->generalFilter.value(MessageFilter::MaskMilestone);
+    severities = node->generalFilter.value(MessageFilter::MaskSeverity);
+    messages = node->individualFilter;
+}
+
+void MessageObject::saveFilter(const QString& name, const QStringList& messageIds,
+    const QStringList& milestones, const QStringList& severities,
+    const QVector<MessageNode*>& messages)
+{
+    MessageFilter::FilterNode node;
+    node.generalFilter.insert(MessageFilter::MaskMessageID, messageIds);
+    node.generalFilter.insert(MessageFilter::MaskMilestone, milestones);
+    node.generalFilter.insert(MessageFilter::MaskSeverity, severities);
+    node.individualFilter = messages;
+    m_filter->addFilter(name, &node);
+    afterFilterChange();
+}
+
+void MessageObject::deleteFilter(const QString& name)
+{
+    m_filter->deleteFilter(name);
+    afterFilterChange();
+}
+
+void MessageObject::setActiveFilter(const QString& name)
+{
+    m_filter->setPnFilter(name);
+    afterFilterChange();
+}
+
+void MessageObject::afterFilterChange()
+{
+    if (!m_filterFilePath.isEmpty())
+        m_filter->saveFilters(m_filterFilePath);
+    if (m_active)
+        m_filter->activePnFilter(m_currentProcess);
+}
+
+} // namespace zefa::msg_filter
