@@ -4,9 +4,8 @@
 
 #include "commandline.h"
 #include "commands.h"
-#include "rulesselection.h"
-
 #include "common/regexpattern.h"
+#include "rulesselection.h"
 
 #include <QFile>
 #include <QXmlStreamReader>
@@ -86,7 +85,7 @@ public:
             }
         }
         if (m_reader.hasError()) {
-            add({m_reader.lineNumber(), m_reader.columnNumber()},
+            add({ m_reader.lineNumber(), m_reader.columnNumber() },
                 QStringLiteral("XML error: %1; the library loads nothing from this file")
                     .arg(m_reader.errorString()));
             return;
@@ -96,11 +95,10 @@ public:
 
     std::vector<Finding> takeFindings()
     {
-        std::stable_sort(m_findings.begin(), m_findings.end(),
-                         [](const Finding& a, const Finding& b) {
-                             return a.at.line != b.at.line ? a.at.line < b.at.line
-                                                           : a.at.column < b.at.column;
-                         });
+        std::stable_sort(
+            m_findings.begin(), m_findings.end(), [](const Finding& a, const Finding& b) {
+                return a.at.line != b.at.line ? a.at.line < b.at.line : a.at.column < b.at.column;
+            });
         return std::move(m_findings);
     }
 
@@ -118,8 +116,7 @@ private:
 
     QXmlStreamReader::TokenType next()
     {
-        // The reader stands just behind the previous token, so this is where the next
-        // one starts: the "<" of a start tag.
+        // About where the next token starts; elementPosition() finds its "<".
         m_tokenStart = m_reader.characterOffset();
         return m_reader.readNext();
     }
@@ -128,14 +125,16 @@ private:
     {
         auto after = std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), offset);
         const qint64 lineIndex = (after - m_lineStarts.begin()) - 1;
-        return {lineIndex + 1, offset - m_lineStarts[static_cast<size_t>(lineIndex)] + 1};
+        return { lineIndex + 1, offset - m_lineStarts[static_cast<size_t>(lineIndex)] + 1 };
     }
 
-    // The "<" of the current start tag. Outside the root element the reader reports no
-    // white space, so the token may begin with some.
+    // The "<" of the current start tag. The reader may have taken that "<" already
+    // (to end the text before it), or may not report the white space before it (outside
+    // the root element): the tag begins at the first "<" from one character back.
     Position elementPosition() const
     {
-        const int tag = m_text.indexOf(QLatin1Char('<'), static_cast<int>(m_tokenStart));
+        const int tag = m_text.indexOf(
+            QLatin1Char('<'), static_cast<int>(std::max<qint64>(m_tokenStart - 1, 0)));
         return positionOf(tag < 0 ? m_tokenStart : tag);
     }
 
@@ -144,7 +143,7 @@ private:
     Position attributePosition(const QString& attribute) const
     {
         const qint64 end = std::min<qint64>(m_reader.characterOffset(), m_text.size());
-        qint64 from = m_tokenStart;
+        qint64 from = std::max<qint64>(m_tokenStart - 1, 0);
         while (from < end) {
             const int found = m_text.indexOf(attribute, static_cast<int>(from));
             if (found < 0 || found >= end) {
@@ -163,16 +162,14 @@ private:
         return elementPosition();
     }
 
-    void add(Position at, const QString& message) { m_findings.push_back({at, message}); }
+    void add(Position at, const QString& message) { m_findings.push_back({ at, message }); }
 
     // Reports attributes outside `known`: a misspelt "reg_patten" is the classic case.
     void checkAttributes(const char* element, std::initializer_list<const char*> known)
     {
         for (const QXmlStreamAttribute& attribute : m_reader.attributes()) {
-            const bool isKnown =
-                std::any_of(known.begin(), known.end(), [&attribute](const char* name) {
-                    return attribute.name() == QLatin1String(name);
-                });
+            const bool isKnown = std::any_of(known.begin(), known.end(),
+                [&attribute](const char* name) { return attribute.name() == QLatin1String(name); });
             if (!isKnown) {
                 add(attributePosition(attribute.name().toString()),
                     QStringLiteral("unknown attribute '%1' on %2 is ignored")
@@ -204,8 +201,7 @@ private:
 
     // Reads the children of the current element, handing those named in `handlers` to
     // their reader and reporting all others as ignored.
-    template <typename Handler>
-    void readChildren(const char* childName, Handler handler)
+    template <typename Handler> void readChildren(const char* childName, Handler handler)
     {
         const QString parent = m_reader.name().toString();
         while (!m_reader.atEnd()) {
@@ -219,8 +215,9 @@ private:
             if (m_reader.name() == QLatin1String(childName)) {
                 handler();
             } else {
-                add(elementPosition(), QStringLiteral("element '%1' inside '%2' is ignored")
-                                           .arg(m_reader.name().toString(), parent));
+                add(elementPosition(),
+                    QStringLiteral("element '%1' inside '%2' is ignored")
+                        .arg(m_reader.name().toString(), parent));
                 skipElement(false);
             }
         }
@@ -243,23 +240,25 @@ private:
             } else if (m_reader.name() == QLatin1String("FilterRule")) {
                 readFilterRule();
             } else {
-                add(elementPosition(), QStringLiteral("element '%1' inside '%2' is ignored")
-                                           .arg(m_reader.name().toString(), parent));
+                add(elementPosition(),
+                    QStringLiteral("element '%1' inside '%2' is ignored")
+                        .arg(m_reader.name().toString(), parent));
                 skipElement(false);
             }
         }
     }
 
-    // A "name" that must be present, non-empty unless `mayBeEmpty`, and new among `known`. Reports and
-    // skips the element when it is not.
+    // A "name" that must be present, non-empty unless `mayBeEmpty`, and new among `known`. Reports
+    // and skips the element when it is not.
     bool takeName(const char* element, Definitions& known, QString& name, bool mayBeEmpty = false)
     {
         const QXmlStreamAttributes attributes = m_reader.attributes();
         if (!attributes.hasAttribute(QStringLiteral("name"))
             || (!mayBeEmpty && attributes.value(QStringLiteral("name")).isEmpty())) {
-            add(elementPosition(), QStringLiteral("%1 without a name is ignored with "
-                                                  "everything inside it")
-                                       .arg(QLatin1String(element)));
+            add(elementPosition(),
+                QStringLiteral("%1 without a name is ignored with "
+                               "everything inside it")
+                    .arg(QLatin1String(element)));
             skipElement(false);
             return false;
         }
@@ -279,7 +278,7 @@ private:
 
     void readTarget()
     {
-        checkAttributes("TargetDevice", {"name"});
+        checkAttributes("TargetDevice", { "name" });
         QString target;
         if (!takeName("TargetDevice", m_targets, target)) {
             return;
@@ -291,7 +290,7 @@ private:
 
     void readEngine(const QString& target, Definitions& enginesOfTarget)
     {
-        checkAttributes("Engine", {"name"});
+        checkAttributes("Engine", { "name" });
         QString engine;
         if (!takeName("Engine", enginesOfTarget, engine)) {
             return;
@@ -304,7 +303,7 @@ private:
 
     void readRuleReference(const QString& engine, Definitions& listed)
     {
-        checkAttributes("Rule", {"name"});
+        checkAttributes("Rule", { "name" });
         const Position at = elementPosition();
         const QXmlStreamAttributes attributes = m_reader.attributes();
         if (!attributes.hasAttribute(QStringLiteral("name"))) {
@@ -313,12 +312,13 @@ private:
             const QString name = attributes.value(QStringLiteral("name")).toString();
             const auto [first, inserted] = listed.emplace(name, at);
             if (inserted) {
-                m_references.push_back({name, engine, at});
+                m_references.push_back({ name, engine, at });
             } else {
-                add(at, QStringLiteral("Rule '%1' is already listed for engine '%2' at line "
-                                       "%3: the repeat has no effect")
-                            .arg(name, engine)
-                            .arg(first->second.line));
+                add(at,
+                    QStringLiteral("Rule '%1' is already listed for engine '%2' at line "
+                                   "%3: the repeat has no effect")
+                        .arg(name, engine)
+                        .arg(first->second.line));
             }
         }
         skipElement(true);
@@ -326,18 +326,18 @@ private:
 
     void readFilterRule()
     {
-        checkAttributes("FilterRule", {"name", "type", "reg_patten"});
+        checkAttributes("FilterRule", { "name", "type", "reg_patten" });
         const QXmlStreamAttributes attributes = m_reader.attributes();
-        for (const char* required : {"name", "type", "reg_patten"}) {
+        for (const char* required : { "name", "type", "reg_patten" }) {
             if (!attributes.hasAttribute(QLatin1String(required))) {
                 add(elementPosition(),
                     QStringLiteral("FilterRule%1 lacks the attribute '%2': it is ignored with "
                                    "its sub-rules")
                         .arg(attributes.hasAttribute(QStringLiteral("name"))
-                                 ? QStringLiteral(" '%1'").arg(
-                                       attributes.value(QStringLiteral("name")).toString())
-                                 : QString(),
-                             QLatin1String(required)));
+                                ? QStringLiteral(" '%1'").arg(
+                                    attributes.value(QStringLiteral("name")).toString())
+                                : QString(),
+                            QLatin1String(required)));
                 skipElement(false);
                 return;
             }
@@ -348,7 +348,7 @@ private:
         }
         ++rules;
         checkPattern(attributes.value(QStringLiteral("reg_patten")).toString(),
-                     QStringLiteral("FilterRule '%1'").arg(name), -1);
+            QStringLiteral("FilterRule '%1'").arg(name), -1);
         int subRulesOfRule = 0;
         readChildren("SubRule", [&] { subRulesOfRule += readSubRule(name) ? 1 : 0; });
         if (subRulesOfRule == 0) {
@@ -361,14 +361,14 @@ private:
 
     bool readSubRule(const QString& rule)
     {
-        checkAttributes("SubRule", {"name", "type", "id", "reg_patten", "fields"});
+        checkAttributes("SubRule", { "name", "type", "id", "reg_patten", "fields" });
         const QXmlStreamAttributes attributes = m_reader.attributes();
         const QString label = attributes.hasAttribute(QStringLiteral("name"))
             ? QStringLiteral("SubRule '%1' of '%2'")
                   .arg(attributes.value(QStringLiteral("name")).toString(), rule)
             : QStringLiteral("a SubRule of '%1'").arg(rule);
         bool usable = true;
-        for (const char* required : {"type", "reg_patten"}) {
+        for (const char* required : { "type", "reg_patten" }) {
             if (!attributes.hasAttribute(QLatin1String(required))) {
                 add(elementPosition(),
                     QStringLiteral("%1 lacks the attribute '%2': it is ignored")
@@ -380,7 +380,7 @@ private:
             ++subRules;
             const QStringList fields = splitFields(attributes.value(QStringLiteral("fields")));
             checkPattern(attributes.value(QStringLiteral("reg_patten")).toString(), label,
-                         static_cast<int>(fields.size()));
+                static_cast<int>(fields.size()));
             for (const QString& field : fields) {
                 if (field.trimmed() != field) {
                     add(attributePosition(QStringLiteral("fields")),
@@ -407,16 +407,18 @@ private:
         // The library hands patterns over as 8-bit text; check what it will really see.
         const RegexPattern expression(QString::fromLatin1(pattern.toLatin1()));
         if (!expression.isValid()) {
-            add(at, QStringLiteral("%1: invalid regular expression (%2): it never matches")
-                        .arg(owner, expression.errorString()));
+            add(at,
+                QStringLiteral("%1: invalid regular expression (%2): it never matches")
+                    .arg(owner, expression.errorString()));
             return;
         }
         if (fieldCount > expression.captureCount()) {
-            add(at, QStringLiteral("%1 names %2 fields but its pattern has only %3 capture "
-                                   "groups: the surplus names never get a value")
-                        .arg(owner)
-                        .arg(fieldCount)
-                        .arg(expression.captureCount()));
+            add(at,
+                QStringLiteral("%1 names %2 fields but its pattern has only %3 capture "
+                               "groups: the surplus names never get a value")
+                    .arg(owner)
+                    .arg(fieldCount)
+                    .arg(expression.captureCount()));
         }
     }
 
@@ -426,16 +428,18 @@ private:
         for (const Reference& reference : m_references) {
             used.insert(reference.name);
             if (m_filterRules.count(reference.name) == 0) {
-                add(reference.at, QStringLiteral("Rule '%1' of engine '%2' names no "
-                                                 "FilterRule: it never matches")
-                                      .arg(reference.name, reference.engine));
+                add(reference.at,
+                    QStringLiteral("Rule '%1' of engine '%2' names no "
+                                   "FilterRule: it never matches")
+                        .arg(reference.name, reference.engine));
             }
         }
         for (const auto& [name, at] : m_filterRules) {
             if (used.count(name) == 0) {
-                add(at, QStringLiteral("FilterRule '%1' is listed by no Engine: it never "
-                                       "matches")
-                            .arg(name));
+                add(at,
+                    QStringLiteral("FilterRule '%1' is listed by no Engine: it never "
+                                   "matches")
+                        .arg(name));
             }
         }
     }
@@ -462,9 +466,10 @@ int runCheckRules(const QStringList& arguments)
     }
     const QStringList positional = parser.positionalArguments();
     if (positional.size() > 1) {
-        reportError(kCommand, QStringLiteral("takes at most one rule file, got %1 "
-                                             "(run 'msgfilter check-rules --help')")
-                                  .arg(positional.size()));
+        reportError(kCommand,
+            QStringLiteral("takes at most one rule file, got %1 "
+                           "(run 'msgfilter check-rules --help')")
+                .arg(positional.size()));
         return kExitFailure;
     }
     const QString path = positional.isEmpty() ? defaultRulesPath() : positional.first();

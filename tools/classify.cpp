@@ -78,7 +78,7 @@ using SeverityCounts = std::array<long long, 4>; // indexed by Severity
 struct Summary {
     long long lines = 0;
     long long ruleWithoutSubRule = 0;
-    SeverityCounts bySeverity{};
+    SeverityCounts bySeverity {};
     std::map<std::string, SeverityCounts> byRule;
     Severity highest = Severity::None;
 };
@@ -101,8 +101,8 @@ std::string withoutLineEnd(const std::string& line)
 /// Classifies the lines of one input and writes what it recognises.
 class InputClassifier {
 public:
-    InputClassifier(const RulesSelection& rules, const Options& options, QString name,
-                    Summary& summary)
+    InputClassifier(
+        const RulesSelection& rules, const Options& options, QString name, Summary& summary)
         : m_rules(rules)
         , m_options(options)
         , m_name(std::move(name))
@@ -171,8 +171,8 @@ private:
         auto found = m_ruleTypes.find(rule);
         if (found == m_ruleTypes.end()) {
             const impl_detail::ZefaMsgParserRule* definition = m_rules.rules->getRule(rule);
-            found = m_ruleTypes.emplace(rule, definition ? definition->getType() : std::string())
-                        .first;
+            found =
+                m_ruleTypes.emplace(rule, definition ? definition->getType() : std::string()).first;
         }
         return found->second;
     }
@@ -215,16 +215,16 @@ private:
         if (m_options.format == Format::Jsonl) {
             QJsonArray fields;
             for (const auto& [name, value] : result.fields) {
-                fields.append(QJsonArray{fromBytes(name), fromBytes(value)});
+                fields.append(QJsonArray { fromBytes(name), fromBytes(value) });
             }
-            const QJsonObject object{
-                {QStringLiteral("file"), m_name},
-                {QStringLiteral("line"), static_cast<double>(m_lineNumber)},
-                {QStringLiteral("severity"), severityName(severity)},
-                {QStringLiteral("rule"), fromBytes(result.rule)},
-                {QStringLiteral("type"), fromBytes(result.type)},
-                {QStringLiteral("fields"), fields},
-                {QStringLiteral("text"), fromBytes(text)},
+            const QJsonObject object {
+                { QStringLiteral("file"), m_name },
+                { QStringLiteral("line"), static_cast<double>(m_lineNumber) },
+                { QStringLiteral("severity"), severityName(severity) },
+                { QStringLiteral("rule"), fromBytes(result.rule) },
+                { QStringLiteral("type"), fromBytes(result.type) },
+                { QStringLiteral("fields"), fields },
+                { QStringLiteral("text"), fromBytes(text) },
             };
             return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
         }
@@ -232,7 +232,7 @@ private:
                               .arg(m_name)
                               .arg(m_lineNumber)
                               .arg(colored(severityName(severity), severity, m_options.color),
-                                   fromBytes(result.rule))
+                                  fromBytes(result.rule))
                               .toUtf8();
         line.append(text.data(), static_cast<int>(text.size()));
         line.append('\n');
@@ -254,17 +254,17 @@ bool parseOptions(const QStringList& arguments, Options& options, int& status)
 {
     QCommandLineParser parser;
     const QCommandLineOption rules(QStringLiteral("rules"), QString(), QStringLiteral("PATH"));
-    const QCommandLineOption target(QStringLiteral("target"), QString(), QStringLiteral("NAME"),
-                                    options.target);
-    const QCommandLineOption engine(QStringLiteral("engine"), QString(), QStringLiteral("NAME"),
-                                    options.engine);
-    const QCommandLineOption format(QStringLiteral("format"), QString(),
-                                    QStringLiteral("FORMAT"), QStringLiteral("text"));
-    const QCommandLineOption failOn(QStringLiteral("fail-on"), QString(),
-                                    QStringLiteral("SEVERITY"));
-    const QCommandLineOption color(QStringLiteral("color"), QString(), QStringLiteral("WHEN"),
-                                   QStringLiteral("auto"));
-    parser.addOptions({rules, target, engine, format, failOn, color});
+    const QCommandLineOption target(
+        QStringLiteral("target"), QString(), QStringLiteral("NAME"), options.target);
+    const QCommandLineOption engine(
+        QStringLiteral("engine"), QString(), QStringLiteral("NAME"), options.engine);
+    const QCommandLineOption format(
+        QStringLiteral("format"), QString(), QStringLiteral("FORMAT"), QStringLiteral("text"));
+    const QCommandLineOption failOn(
+        QStringLiteral("fail-on"), QString(), QStringLiteral("SEVERITY"));
+    const QCommandLineOption color(
+        QStringLiteral("color"), QString(), QStringLiteral("WHEN"), QStringLiteral("auto"));
+    parser.addOptions({ rules, target, engine, format, failOn, color });
     if (!parseCommandLine(parser, kCommand, kHelp, arguments, status)) {
         return false;
     }
@@ -302,9 +302,9 @@ bool parseOptions(const QStringList& arguments, Options& options, int& status)
 
 bool openInput(const QString& name, QFile& file)
 {
-    const bool opened = name == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly)
-                                                    : (file.setFileName(name),
-                                                       file.open(QIODevice::ReadOnly));
+    const bool opened = name == QLatin1String("-")
+        ? file.open(stdin, QIODevice::ReadOnly)
+        : (file.setFileName(name), file.open(QIODevice::ReadOnly));
     if (!opened) {
         reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(name, file.errorString()));
     }
@@ -321,7 +321,7 @@ QString summaryText(const Summary& summary, bool color)
         messages += value;
     }
     QString text = QStringLiteral("\n%1 lines, %2 messages\n").arg(summary.lines).arg(messages);
-    for (Severity severity : {Severity::Error, Severity::Warning, Severity::Info}) {
+    for (Severity severity : { Severity::Error, Severity::Warning, Severity::Info }) {
         const QString name = severityName(severity);
         text += QStringLiteral("  %1%2%3\n")
                     .arg(colored(name, severity, color))
@@ -333,8 +333,8 @@ QString summaryText(const Summary& summary, bool color)
         for (const auto& entry : summary.byRule) {
             width = std::max(width, static_cast<int>(entry.first.size()));
         }
-        text += QStringLiteral("  %1   Error  Warning     Info\n")
-                    .arg(QStringLiteral("rule"), -width);
+        text +=
+            QStringLiteral("  %1   Error  Warning     Info\n").arg(QStringLiteral("rule"), -width);
         for (const auto& [rule, counts] : summary.byRule) {
             text += QStringLiteral("  %1 %2 %3 %4\n")
                         .arg(fromBytes(rule), -width)
@@ -406,7 +406,8 @@ int runClassify(const QStringList& arguments)
         }
         if (file.error() != QFileDevice::NoError) {
             progress.clear();
-            reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(name, file.errorString()));
+            reportError(
+                kCommand, QStringLiteral("cannot read '%1': %2").arg(name, file.errorString()));
             return kExitFailure;
         }
         write(classifier.finish());

@@ -39,17 +39,18 @@ void reportError(const char* command, const QString& message)
 }
 
 bool parseCommandLine(QCommandLineParser& parser, const char* command, const QString& help,
-                      const QStringList& arguments, int& status)
+    const QStringList& arguments, int& status)
 {
-    const QCommandLineOption helpOption({QStringLiteral("h"), QStringLiteral("help")},
-                                        QStringLiteral("Show this help."));
+    const QCommandLineOption helpOption(
+        { QStringLiteral("h"), QStringLiteral("help") }, QStringLiteral("Show this help."));
     parser.addOption(helpOption);
     // The parser skips the first entry as the program name.
     QStringList withProgram = arguments;
     withProgram.prepend(QStringLiteral("msgfilter"));
     if (!parser.parse(withProgram)) {
-        reportError(command, QStringLiteral("%1 (run 'msgfilter %2 --help')")
-                                 .arg(parser.errorText(), QLatin1String(command)));
+        reportError(command,
+            QStringLiteral("%1 (run 'msgfilter %2 --help')")
+                .arg(parser.errorText(), QLatin1String(command)));
         status = kExitFailure;
         return false;
     }

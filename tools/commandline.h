@@ -22,7 +22,7 @@ void reportError(const char* command, const QString& message);
 /// false with `status` set when it is done: 0 after printing `help` for --help, 2 after
 /// a one-line message for an unknown option or a missing option value.
 bool parseCommandLine(QCommandLineParser& parser, const char* command, const QString& help,
-                      const QStringList& arguments, int& status);
+    const QStringList& arguments, int& status);
 
 /// The value of a --color option: whether to colour output written to a terminal.
 enum class ColorMode { Auto, Always, Never };

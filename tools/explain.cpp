@@ -3,10 +3,9 @@
 
 #include "commandline.h"
 #include "commands.h"
+#include "common/regexpattern.h"
 #include "rulesselection.h"
 #include "severity.h"
-
-#include "common/regexpattern.h"
 
 #include <msgfilter/msgfilter.h>
 
@@ -109,7 +108,8 @@ QString ruleTable(const std::vector<RuleRow>& rows, const ZefaMsgParserRule* cho
         if (row.rule == nullptr) {
             line += QStringLiteral("(no FilterRule of this name: never matches)");
         } else if (row.length < 0) {
-            line += QStringLiteral("%1  %2").arg(QStringLiteral("-"), 8).arg(QStringLiteral("-"), 6);
+            line +=
+                QStringLiteral("%1  %2").arg(QStringLiteral("-"), 8).arg(QStringLiteral("-"), 6);
         } else {
             line += QStringLiteral("%1  %2").arg(row.position, 8).arg(row.length, 6);
             if (row.rule == chosen) {
@@ -128,26 +128,28 @@ QString ruleTable(const std::vector<RuleRow>& rows, const ZefaMsgParserRule* cho
 int runExplain(const QStringList& arguments)
 {
     QCommandLineParser parser;
-    const QCommandLineOption rulesOption(QStringLiteral("rules"), QString(), QStringLiteral("PATH"));
-    const QCommandLineOption targetOption(QStringLiteral("target"), QString(),
-                                          QStringLiteral("NAME"), QStringLiteral("fpga"));
-    const QCommandLineOption engineOption(QStringLiteral("engine"), QString(),
-                                          QStringLiteral("NAME"), QStringLiteral("default"));
+    const QCommandLineOption rulesOption(
+        QStringLiteral("rules"), QString(), QStringLiteral("PATH"));
+    const QCommandLineOption targetOption(
+        QStringLiteral("target"), QString(), QStringLiteral("NAME"), QStringLiteral("fpga"));
+    const QCommandLineOption engineOption(
+        QStringLiteral("engine"), QString(), QStringLiteral("NAME"), QStringLiteral("default"));
     const QCommandLineOption noNewline(QStringLiteral("no-newline"), QString());
-    parser.addOptions({rulesOption, targetOption, engineOption, noNewline});
+    parser.addOptions({ rulesOption, targetOption, engineOption, noNewline });
     parser.addPositionalArgument(QStringLiteral("LINE"), QStringLiteral("the line to explain"));
     int status = kExitSuccess;
     if (!parseCommandLine(parser, kCommand, kHelp, arguments, status)) {
         return status;
     }
     if (parser.positionalArguments().size() != 1) {
-        reportError(kCommand, QStringLiteral("needs exactly one LINE (run 'msgfilter explain "
-                                             "--help')"));
+        reportError(kCommand,
+            QStringLiteral("needs exactly one LINE (run 'msgfilter explain "
+                           "--help')"));
         return kExitFailure;
     }
     RulesSelection rules;
     if (!selectRules(kCommand, parser.value(rulesOption), parser.value(targetOption),
-                     parser.value(engineOption), rules)) {
+            parser.value(engineOption), rules)) {
         return kExitFailure;
     }
     // Arguments arrive in the locale's encoding; the rules work on the bytes.
@@ -159,8 +161,8 @@ int runExplain(const QStringList& arguments)
     QString text = QStringLiteral("Line:    %1\n").arg(quoted(line));
     text += QStringLiteral("Rules:   %1, target '%2', engine '%3'%4\n")
                 .arg(rules.path, fromBytes(rules.targetName), fromBytes(rules.engineName),
-                     rules.usesDefaultEngine ? QStringLiteral(" (unknown: 'default' stands in)")
-                                             : QString());
+                    rules.usesDefaultEngine ? QStringLiteral(" (unknown: 'default' stands in)")
+                                            : QString());
 
     std::vector<RuleRow> rows;
     for (const std::string& name : rules.engine->getRuleNames()) {
@@ -173,8 +175,7 @@ int runExplain(const QStringList& arguments)
         }
         rows.push_back(row);
     }
-    ZefaMsgParserRule* chosen =
-        impl_detail::FindBestMatchRule(rules.rules, rules.engine, line);
+    ZefaMsgParserRule* chosen = impl_detail::FindBestMatchRule(rules.rules, rules.engine, line);
     text += QStringLiteral("\nRules of the engine, in the order they are tried:\n");
     text += ruleTable(rows, chosen);
 
@@ -200,8 +201,7 @@ int runExplain(const QStringList& arguments)
     }
     // The first sub-rule whose pattern matches is the one that fired.
     size_t fired = 0;
-    while (fired < subRules.size()
-           && matchPosition(subRules[fired].reg_patten, line) < 0) {
+    while (fired < subRules.size() && matchPosition(subRules[fired].reg_patten, line) < 0) {
         ++fired;
     }
     const QString label = fired < subRules.size() && !subRules[fired].name.empty()
@@ -221,7 +221,7 @@ int runExplain(const QStringList& arguments)
     for (const auto& [name, value] : fields) {
         text += QStringLiteral("  %1  %2\n").arg(fromBytes(name), -width).arg(quoted(value));
     }
-    std::string typeForSeverity = chosen->getType() + ':' + subType;
+    std::string typeForSeverity = subType;
     if (chosen->getName() == "new-message") {
         typeForSeverity.clear();
         for (const auto& [name, value] : fields) {

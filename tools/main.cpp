@@ -6,7 +6,6 @@
 
 #include <QCoreApplication>
 
-
 namespace tool = zefa::msg_filter::tool;
 
 namespace {
@@ -14,9 +13,9 @@ namespace {
 // To add a command, give it a source file with its run function, declare that in
 // commands.h and add one row here; the overview and the dispatch follow the table.
 constexpr tool::Command kCommands[] = {
-    {"classify", "classify the lines of tool output", tool::runClassify},
-    {"check-rules", "report what a rule file loses or can never match", tool::runCheckRules},
-    {"explain", "show how the rules treat one line", tool::runExplain},
+    { "classify", "classify the lines of tool output", tool::runClassify },
+    { "check-rules", "report what a rule file loses or can never match", tool::runCheckRules },
+    { "explain", "show how the rules treat one line", tool::runExplain },
 };
 
 QString overview()
@@ -63,7 +62,7 @@ int main(int argc, char* argv[])
             return command.run(arguments);
         }
     }
-    tool::writeError(QStringLiteral("msgfilter: unknown command '%1' (run 'msgfilter --help')\n")
-                         .arg(word));
+    tool::writeError(
+        QStringLiteral("msgfilter: unknown command '%1' (run 'msgfilter --help')\n").arg(word));
     return tool::kExitFailure;
 }

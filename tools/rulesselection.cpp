@@ -23,7 +23,7 @@ QString defaultRulesPath()
 }
 
 bool selectRules(const char* command, const QString& rulesPath, const QString& target,
-                 const QString& engine, RulesSelection& selection)
+    const QString& engine, RulesSelection& selection)
 {
     // Holds the copy of a differently named rule file until the library has read it;
     // the library never reads the file again once it loaded.
@@ -35,7 +35,8 @@ bool selectRules(const char* command, const QString& rulesPath, const QString& t
     }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        reportError(command, QStringLiteral("cannot read rules '%1': %2").arg(path, file.errorString()));
+        reportError(
+            command, QStringLiteral("cannot read rules '%1': %2").arg(path, file.errorString()));
         return false;
     }
     file.close();
@@ -45,9 +46,10 @@ bool selectRules(const char* command, const QString& rulesPath, const QString& t
         if (info.fileName() != kRulesFileName) {
             if (!copyDirectory.isValid()
                 || !QFile::copy(path, copyDirectory.path() + QLatin1Char('/') + kRulesFileName)) {
-                reportError(command, QStringLiteral("cannot read rules '%1': no temporary copy "
-                                                    "could be made")
-                                         .arg(path));
+                reportError(command,
+                    QStringLiteral("cannot read rules '%1': no temporary copy "
+                                   "could be made")
+                        .arg(path));
                 return false;
             }
             directory = copyDirectory.path();
@@ -58,16 +60,18 @@ bool selectRules(const char* command, const QString& rulesPath, const QString& t
     selection.path = path;
     selection.rules = impl_detail::ZefaMsgParserEngin::getMsgParserEngin();
     if (!selection.rules->isInitialized()) {
-        reportError(command, QStringLiteral("the rules in '%1' do not load (run 'msgfilter "
-                                            "check-rules %1')")
-                                 .arg(path));
+        reportError(command,
+            QStringLiteral("the rules in '%1' do not load (run 'msgfilter "
+                           "check-rules %1')")
+                .arg(path));
         return false;
     }
     selection.targetName = target.toStdString();
     selection.engineName = engine.toStdString();
     selection.target = selection.rules->getTarget(selection.targetName);
     if (selection.target == nullptr) {
-        reportError(command, QStringLiteral("the rules in '%1' have no target '%2'").arg(path, target));
+        reportError(
+            command, QStringLiteral("the rules in '%1' have no target '%2'").arg(path, target));
         return false;
     }
     selection.engine = selection.target->getEngine(selection.engineName);
@@ -75,9 +79,10 @@ bool selectRules(const char* command, const QString& rulesPath, const QString& t
         selection.engine = selection.target->getEngine("default");
         selection.usesDefaultEngine = true;
         if (selection.engine == nullptr) {
-            reportError(command, QStringLiteral("the rules in '%1' have neither an engine '%2' "
-                                                "nor an engine 'default' for target '%3'")
-                                     .arg(path, engine, target));
+            reportError(command,
+                QStringLiteral("the rules in '%1' have neither an engine '%2' "
+                               "nor an engine 'default' for target '%3'")
+                    .arg(path, engine, target));
             return false;
         }
     }

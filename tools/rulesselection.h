@@ -35,6 +35,6 @@ QString defaultRulesPath();
 /// (unreadable file, rules that do not load, unknown target, unknown engine without a
 /// "default" engine) reports one line naming the file and returns false.
 bool selectRules(const char* command, const QString& rulesPath, const QString& target,
-                 const QString& engine, RulesSelection& selection);
+    const QString& engine, RulesSelection& selection);
 
 } // namespace zefa::msg_filter::tool

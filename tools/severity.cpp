@@ -4,7 +4,7 @@ namespace zefa::msg_filter::tool {
 
 Severity severityOfType(const std::string& type)
 {
-    const QString text = QString::fromLatin1(type.c_str(), static_cast<int>(type.size()));
+    const QString text = QString::fromLatin1(type.data(), static_cast<int>(type.size()));
     const auto has = [&text](const char* word) {
         return text.contains(QLatin1String(word), Qt::CaseInsensitive);
     };
@@ -34,7 +34,7 @@ QString severityName(Severity severity)
 
 bool parseSeverity(const QString& text, Severity& severity)
 {
-    for (Severity candidate : {Severity::Info, Severity::Warning, Severity::Error}) {
+    for (Severity candidate : { Severity::Info, Severity::Warning, Severity::Error }) {
         if (text.compare(severityName(candidate), Qt::CaseInsensitive) == 0) {
             severity = candidate;
             return true;
