@@ -18,3 +18,4 @@
 #include <msgfilter/messageobject.h>
 
 // Engine side
+#include <msgfilter/enginemessagemanager.h>
