@@ -136,6 +136,14 @@ TEST_F(Catalogue, JournalKeepsCallOrderAcrossHandlesUntilCleared)
     catalogue().addEntry("x", "X-1", 1, "t");
     catalogue().setMessageInfo(1, ab, top);
     EXPECT_TRUE(catalogue().journal().empty()) << "only handle calls are journalled";
+
+    catalogue().setJournalEnabled(false);
+    msgManager {}.enableMsgType(1);
+    catalogue().reset();
+    msgManager {}.enableMsgType(2);
+    catalogue().setJournalEnabled(true);
+    msgManager {}.enableMsgType(4);
+    EXPECT_EQ(catalogue().journal(), Strings { "enableMsgType(4)" });
 }
 
 TEST_F(Catalogue, GenericEntriesAndNewNumbers)
@@ -407,7 +415,7 @@ struct FileCase {
     const char* name;
     const char* content;
     std::vector<int> problemLines;
-    Strings loadedIds; // entries beyond the generic ones, in file order
+    Strings loaded; // "id=mid/type:template" of the entries beyond the generic ones, in file order
 };
 
 void PrintTo(const FileCase& row, std::ostream* out)
@@ -430,16 +438,18 @@ TEST_P(CatalogueFile, LoadsGoodLinesAndReportsBadOnes)
         EXPECT_FALSE(p.reason.empty());
     }
     EXPECT_EQ(lines, row.problemLines);
-    Strings ids;
+    Strings loaded;
     for (std::size_t i = 3; i < catalogue().entries().size(); ++i) {
-        ids.push_back(catalogue().entries()[i].id);
+        const CatalogueEntry& e = catalogue().entries()[i];
+        loaded.push_back(
+            e.id + "=" + std::to_string(e.mid) + "/" + std::to_string(e.type) + ":" + e.text);
     }
-    EXPECT_EQ(ids, row.loadedIds);
+    EXPECT_EQ(loaded, row.loaded);
 
     // The same file as the default one: loaded at reset, problems kept for the caller.
     catalogue().reset();
     EXPECT_EQ(catalogue().defaultFileProblems().size(), row.problemLines.size());
-    EXPECT_EQ(catalogue().entries().size(), 3 + row.loadedIds.size());
+    EXPECT_EQ(catalogue().entries().size(), 3 + row.loaded.size());
 }
 
 INSTANTIATE_TEST_SUITE_P(Catalogue, CatalogueFile,
@@ -449,7 +459,7 @@ INSTANTIATE_TEST_SUITE_P(Catalogue, CatalogueFile,
             "syn|SYN-1|Warning|6001|Signal '%1' unused\r\n"
             " place | PLACE-2 | critical warning |  | a|b %1 \n"
             "route|ROUTE-3|1||\n",
-            {}, { "SYN-1", "PLACE-2", "ROUTE-3" } },
+            {}, { "SYN-1=6001/2:Signal '%1' unused", "PLACE-2=5001/8:a|b %1", "ROUTE-3=5002/1:" } },
         FileCase {
             "GenericEntriesRepeated", "common|9990|Error|9990|%1\ncommon|9991|2||%1\n", {}, {} },
         FileCase { "BadLines",
@@ -462,26 +472,9 @@ INSTANTIATE_TEST_SUITE_P(Catalogue, CatalogueFile,
             "common|9990|Error|7000|number of a known entry changed\n"
             "syn|SYN-8|Info|12x|bad number\n"
             "syn|SYN-9|Info||last line without line feed",
-            { 2, 3, 4, 5, 6, 7, 8 }, { "SYN-1", "SYN-9" } }),
+            { 2, 3, 4, 5, 6, 7, 8 },
+            { "SYN-1=6001/2:ok", "SYN-9=5001/4:last line without line feed" } }),
     [](const auto& info) { return std::string(info.param.name); });
-
-TEST_F(Catalogue, FileTypesNumbersAndTemplates)
-{
-    writeCatalogueFile("syn|SYN-1|warning|6001|Signal '%1' unused in %2\n"
-                       "place|PLACE-2|Critical Warning||a|b %1\n");
-    catalogue().reset();
-    ASSERT_TRUE(catalogue().defaultFileProblems().empty());
-    msgManager m;
-    EXPECT_EQ(m.getMsgMID("syn", "SYN-1"), 6001);
-    EXPECT_EQ(m.getMsgMID("place", "PLACE-2"), 5001);
-    std::string word, second, out;
-    EXPECT_EQ(m.queryMsgType("PLACE-2", word, second), 8);
-    Strings args { "clk", "top" };
-    EXPECT_TRUE(m.queryMsgDisplayString("6001", args, out));
-    EXPECT_EQ(out, "Signal 'clk' unused in top");
-    EXPECT_TRUE(m.queryMsgDisplayString("PLACE-2", args, out));
-    EXPECT_EQ(out, "a|b clk");
-}
 
 TEST_F(Catalogue, MissingFileMeansGenericEntriesOnly)
 {
