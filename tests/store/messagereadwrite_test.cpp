@@ -4,10 +4,7 @@
 #include <QDir>
 #include <QTemporaryDir>
 
-#include <csignal>
 #include <set>
-
-#include <sys/resource.h>
 
 using zefa::msg_filter::MessageNode;
 using zefa::msg_filter::impl_detail::MessageReadWrite;
@@ -274,25 +271,6 @@ TEST_F(MessageLogTest, FailedSaveUnderAPathBlockedByAFile)
         QStringList { QStringLiteral("plain") });
 }
 
-// Runs `save` under a file-size limit far below what it writes, with SIGXFSZ ignored so
-// that the write fails with EFBIG instead of ending the process.
-template <class Save> bool saveUnderFileSizeLimit(Save save, bool* limited)
-{
-    rlimit previous {};
-    *limited = getrlimit(RLIMIT_FSIZE, &previous) == 0
-        && (previous.rlim_max == RLIM_INFINITY || previous.rlim_max > 4096);
-    if (!*limited)
-        return false;
-    rlimit small = previous;
-    small.rlim_cur = 4096;
-    void (*previousHandler)(int) = std::signal(SIGXFSZ, SIG_IGN);
-    *limited = setrlimit(RLIMIT_FSIZE, &small) == 0;
-    const bool saved = *limited && save();
-    setrlimit(RLIMIT_FSIZE, &previous);
-    std::signal(SIGXFSZ, previousHandler);
-    return saved;
-}
-
 TEST_F(MessageLogTest, FailedSaveUnderAFileSizeLimitKeepsThePreviousLog)
 {
     Buffer small;
@@ -316,7 +294,7 @@ TEST_F(MessageLogTest, FailedSaveUnderAFileSizeLimitKeepsThePreviousLog)
                 QStringLiteral("Info"), QStringLiteral("synth"), arguments));
         storetest::DebugCapture debug;
         bool limited = false;
-        const bool saved = saveUnderFileSizeLimit(
+        const bool saved = storetest::saveUnderFileSizeLimit(
             [&] { return MessageReadWrite(path("log.xml")).doWrite(large); }, &limited);
         if (!limited)
             GTEST_SKIP() << "cannot lower the file-size limit here";

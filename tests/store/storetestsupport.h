@@ -10,11 +10,13 @@
 #include <QString>
 #include <QStringList>
 
+#include <csignal>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 // Readable failure output for Qt strings (found by argument-dependent lookup).
 inline void PrintTo(const QString& text, std::ostream* out)
@@ -118,6 +120,25 @@ template <class Vector> QStringList describeAll(const Vector& nodes)
     for (auto* node : nodes)
         out.append(describe(node));
     return out;
+}
+
+// Runs `save` under a file-size limit far below what it writes, with SIGXFSZ ignored so
+// that the write fails with EFBIG instead of ending the process.
+template <class Save> bool saveUnderFileSizeLimit(Save save, bool* limited)
+{
+    rlimit previous {};
+    *limited = getrlimit(RLIMIT_FSIZE, &previous) == 0
+        && (previous.rlim_max == RLIM_INFINITY || previous.rlim_max > 4096);
+    if (!*limited)
+        return false;
+    rlimit small = previous;
+    small.rlim_cur = 4096;
+    void (*previousHandler)(int) = std::signal(SIGXFSZ, SIG_IGN);
+    *limited = setrlimit(RLIMIT_FSIZE, &small) == 0;
+    const bool saved = *limited && save();
+    setrlimit(RLIMIT_FSIZE, &previous);
+    std::signal(SIGXFSZ, previousHandler);
+    return saved;
 }
 
 } // namespace storetest
