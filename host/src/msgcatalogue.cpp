@@ -294,9 +294,21 @@ void MsgCatalogue::clearJournal()
     journal_.clear();
 }
 
+void MsgCatalogue::setJournalEnabled(bool enabled)
+{
+    journalEnabled_ = enabled;
+}
+
+bool MsgCatalogue::journalEnabled() const
+{
+    return journalEnabled_;
+}
+
 void MsgCatalogue::record(std::string line)
 {
-    journal_.push_back(std::move(line));
+    if (journalEnabled_) {
+        journal_.push_back(std::move(line));
+    }
 }
 
 const std::vector<CatalogueEntry>& MsgCatalogue::entries() const

@@ -5,6 +5,12 @@
 #include <msgfilter/msgfilter_export.h>
 
 // Rule engine and stand-alone filter
+#include <msgfilter/ivisitor.h>
+#include <msgfilter/zefaenginmsgparser.h>
+#include <msgfilter/zefamsgfilter.h>
+#include <msgfilter/zefamsgparserengin.h>
+#include <msgfilter/zefamsgparserrule.h>
+#include <msgfilter/zefamsgtarget.h>
 
 // Message store
 #include <msgfilter/messagemanager.h>
@@ -12,3 +18,4 @@
 #include <msgfilter/messageobject.h>
 
 // Engine side
+#include <msgfilter/enginemessagemanager.h>

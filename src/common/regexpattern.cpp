@@ -1,48 +1,57 @@
 #include "regexpattern.h"
 
+#include <QRegExp>
+
 namespace zefa::msg_filter::impl_detail {
 
 RegexPattern::RegexPattern(const QString& pattern, Case sensitivity)
-    : m_expression(pattern,
-                   sensitivity == Case::Sensitive ? Qt::CaseSensitive : Qt::CaseInsensitive,
-                   QRegExp::RegExp)
+    : m_expression(std::make_shared<const QRegExp>(pattern,
+        sensitivity == Case::Sensitive ? Qt::CaseSensitive : Qt::CaseInsensitive, QRegExp::RegExp))
 {
-    // Compiles the engine now, so that later copies only share it and the object is
-    // never written to again.
-    m_expression.isValid();
+    // QRegExp's constructor already binds the compiled engine; asking for the capture
+    // count makes sure of it even for the empty pattern. From here on the shared
+    // expression is only read, which is what lets threads copy it concurrently.
+    m_expression->captureCount();
+}
+
+QString RegexPattern::pattern() const
+{
+    return m_expression->pattern();
 }
 
 bool RegexPattern::isValid() const
 {
-    return m_expression.isValid();
+    return m_expression->isValid();
 }
 
 QString RegexPattern::errorString() const
 {
-    return m_expression.errorString();
+    return m_expression->errorString();
 }
 
 int RegexPattern::captureCount() const
 {
-    return m_expression.captureCount();
+    return m_expression->captureCount();
 }
 
-RegexPattern::Match RegexPattern::search(const QString& text, int from) const
+RegexPattern::Match RegexPattern::search(const QString& text, int from, Captures captures) const
 {
     // A copy shares the compiled engine and carries its own match state.
-    QRegExp expression(m_expression);
+    const QRegExp expression(*m_expression);
     Match match;
     match.position = expression.indexIn(text, from, QRegExp::CaretAtZero);
     if (match.position >= 0) {
         match.length = expression.matchedLength();
-        match.captures = expression.capturedTexts();
+        if (captures == Captures::Collect) {
+            match.captures = expression.capturedTexts();
+        }
     }
     return match;
 }
 
 bool RegexPattern::matchesWhole(const QString& text, QStringList* captures) const
 {
-    QRegExp expression(m_expression);
+    const QRegExp expression(*m_expression);
     if (!expression.exactMatch(text)) {
         return false;
     }
@@ -54,7 +63,8 @@ bool RegexPattern::matchesWhole(const QString& text, QStringList* captures) cons
 
 QStringList RegexPattern::splitSkippingEmpty(const QString& text) const
 {
-    return text.split(m_expression, Qt::SkipEmptyParts);
+    const QRegExp expression(*m_expression);
+    return text.split(expression, Qt::SkipEmptyParts);
 }
 
 } // namespace zefa::msg_filter::impl_detail

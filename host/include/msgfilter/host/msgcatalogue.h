@@ -67,6 +67,10 @@ public:
     const std::vector<PostedMessage>& postedMessages() const;
     const std::vector<std::string>& journal() const;
     void clearJournal();
+    /// Long runs that nobody observes (benchmarks, the command-line tool) may turn the
+    /// journal off; it starts on, and reset() leaves the setting alone.
+    void setJournalEnabled(bool enabled);
+    bool journalEnabled() const;
 
     /// Entries back to the generic ones plus the default file's, every switch on, no
     /// message information, nothing posted, journal empty.
@@ -145,6 +149,7 @@ private:
     std::vector<ArgumentSwitch> disabledArguments_;
     std::vector<CatalogueProblem> defaultFileProblems_;
     int typeMask_ = 15;
+    bool journalEnabled_ = true;
 };
 
 /// The handle the library constructs for each use of the catalogue; every handle works on

@@ -1,0 +1,337 @@
+#include "engine/enginemessagehandler.h"
+
+#include "common/regexpattern.h"
+#include "engine/asciitext.h"
+
+#include <msgfilter/host/host.h>
+#include <msgfilter/msgfilter.h>
+
+#include <QDebug>
+#include <QPointer>
+
+namespace zefa::msg_filter::impl_detail {
+
+namespace {
+
+const char kDeviceTarget[] = "fpga";
+const char kDefaultEngine[] = "default";
+const char kNewMessageRule[] = "new-message";
+
+// An old-format line: group 1 the keyword (warning, @w, error, @e in any case), group 2
+// the separator ("-" or ":"), group 3 the message text. Matched against the whole line.
+const QString kOldFormatPattern = QStringLiteral("\\s*(warning|@w|error|@e)\\s*(-|:)\\s*(.*)");
+
+// One argument of a structured line: group 1 the value between the double quotes, still
+// XML-escaped. The number after "arg" is not read; values count by their order.
+const QString kArgumentPattern = QStringLiteral("arg\\d+=\"([^\"]*)");
+
+const RegexPattern& oldFormatExpression()
+{
+    static const RegexPattern expression(kOldFormatPattern, RegexPattern::Case::Insensitive);
+    return expression;
+}
+
+const RegexPattern& argumentExpression()
+{
+    static const RegexPattern expression(kArgumentPattern);
+    return expression;
+}
+
+} // namespace
+
+EngineMessageHandler::EngineMessageHandler(const QString& implementation, QObject* parent)
+    : QObject(parent)
+    , m_implementation(implementation)
+{
+    // Every handler classifies with the one device family the tool drives.
+    m_target = ZefaMsgParserEngin::getMsgParserEngin()->getTarget(kDeviceTarget);
+
+    zefa::pelno::ZefaProjectManager* projects =
+        zefa::pelno::ZefaProjectManager::getProjectManager();
+    if (projects != nullptr && projects->getProject() != nullptr) {
+        m_active =
+            fromHostText(projects->getProject()->getDefaultImplementation()) == m_implementation;
+    }
+    m_messageObject = MessageManager::getInstance()->getObject(m_implementation);
+}
+
+EngineMessageHandler::~EngineMessageHandler() = default;
+
+void EngineMessageHandler::updateMessageParser()
+{
+    // Without the "fpga" target no engine can be selected and every line stays plain
+    // text; the rule file is expected to provide it.
+    if (m_target == nullptr) {
+        m_engineParser = nullptr;
+        return;
+    }
+    m_engineParser = m_target->getEngine(toHostText(m_currentEngine));
+    if (m_engineParser == nullptr) {
+        m_engineParser = m_target->getEngine(kDefaultEngine);
+    }
+}
+
+void EngineMessageHandler::onEngineMessageOut(const QString& implemenation, const QString& message)
+{
+    if (implemenation != m_implementation) {
+        return;
+    }
+    m_lineBuffer.append(message);
+    processMessageBuffer();
+}
+
+void EngineMessageHandler::processMessageBuffer()
+{
+    // Handling a line reaches the host (signals of the store and of this handler), and a
+    // host may answer by publishing more output or even by removing the implementation.
+    // The line is therefore taken off the buffer before it is handled, and the loop stops
+    // if this handler did not survive.
+    QPointer<EngineMessageHandler> alive(this);
+    int lineEnd = m_lineBuffer.indexOf(QLatin1Char('\n'));
+    while (lineEnd >= 0) {
+        QString line = m_lineBuffer.left(lineEnd);
+        m_lineBuffer.remove(0, lineEnd + 1);
+        line.remove(QLatin1Char('\r'));
+        handleMessageLine(line);
+        if (alive.isNull()) {
+            return;
+        }
+        lineEnd = m_lineBuffer.indexOf(QLatin1Char('\n'));
+    }
+}
+
+void EngineMessageHandler::handleMessageLine(const QString& line)
+{
+    const std::string text = toHostText(line);
+    ZefaMsgParserRule* rule =
+        FindBestMatchRule(ZefaMsgParserEngin::getMsgParserEngin(), m_engineParser, text);
+    if (rule == nullptr) {
+        if (m_active) {
+            Q_EMIT sigMessagesOut(line, 0);
+        }
+        return;
+    }
+
+    QString component;
+    QString id;
+    QString severity;
+    QStringList dynamic;
+    QStringList navigation;
+    std::string typeText;
+    std::string idText;
+    FieldList fields;
+    // A rule that fits the line but none of whose sub-rules does is a rule that knows
+    // the line is noise: it is dropped, not shown as plain text.
+    if (rule->matchSubRule(text, typeText, idText, fields) == -1) {
+        return;
+    }
+
+    if (rule->getName() == kNewMessageRule) {
+        parseNewMessage(fields, id, severity, dynamic, navigation);
+    } else {
+        severity = convertMessageType(typeText);
+        QStringList captures;
+        const QString messageText =
+            oldFormatExpression().matchesWhole(line, &captures) ? captures.value(3) : line;
+        dynamic.append(messageText.trimmed());
+        if (!idText.empty()) {
+            id = fromHostText(idText);
+        } else {
+            component = parseOldMessageIds(id, severity);
+        }
+        parseOldMessageNavigation(fields, navigation);
+    }
+    if (m_messageObject != nullptr) {
+        m_messageObject->postMessage(component, id, severity, dynamic, navigation);
+    }
+}
+
+void EngineMessageHandler::parseNewMessage(const FieldList& fields, QString& id, QString& type,
+    QStringList& dynamic, QStringList& navigation)
+{
+    id.clear();
+    dynamic.clear();
+    navigation.clear();
+    int dynamicCount = 0;
+    int navigationCount = 0;
+    QString arguments;
+    for (const auto& [name, value] : fields) {
+        if (name == "id") {
+            id = fromHostText(value);
+        } else if (name == "type") {
+            type = fromHostText(value);
+        } else if (name == "dynamic") {
+            dynamicCount = fromHostText(value).toInt(nullptr, 10);
+        } else if (name == "navigation") {
+            navigationCount = fromHostText(value).toInt(nullptr, 10);
+        } else if (name == "args") {
+            arguments = fromHostText(value).trimmed();
+        }
+    }
+    if (arguments.isEmpty()) {
+        return;
+    }
+
+    const RegexPattern& argument = argumentExpression();
+    int position = 0;
+    for (int index = 0;; ++index) {
+        const RegexPattern::Match match = argument.search(arguments, position);
+        if (!match.found()) {
+            break;
+        }
+        position = match.position + match.length;
+        if (index < dynamicCount) {
+            dynamic.append(parseXmlReserved(match.captures.value(1)));
+        } else if (index < dynamicCount + navigationCount) {
+            navigation.append(parseXmlReserved(match.captures.value(1)));
+        }
+    }
+}
+
+QString EngineMessageHandler::parseXmlReserved(const QString& text)
+{
+    // The order matters: "&amp;" goes third so that what it uncovers is decoded by the
+    // replacements after it.
+    QString decoded = text;
+    decoded.replace(QLatin1String("&quot;"), QLatin1String("\""));
+    decoded.replace(QLatin1String("&apos;"), QLatin1String("'"));
+    decoded.replace(QLatin1String("&amp;"), QLatin1String("&"));
+    decoded.replace(QLatin1String("&lt;"), QLatin1String("<"));
+    decoded.replace(QLatin1String("&gt;"), QLatin1String(">"));
+    decoded.replace(QLatin1String("&#xA;"), QLatin1String("\n"));
+    decoded.replace(QLatin1String("&#x9;"), QLatin1String("\t"));
+    return decoded;
+}
+
+QString EngineMessageHandler::parseOldMessageIds(QString& id, const QString& severity)
+{
+    // The catalogue's generic entries, one per severity, under the component "common".
+    if (severity.compare(QLatin1String("Error"), Qt::CaseInsensitive) == 0) {
+        id = QStringLiteral("9990");
+    } else if (severity.compare(QLatin1String("Warning"), Qt::CaseInsensitive) == 0) {
+        id = QStringLiteral("9991");
+    } else if (severity.compare(QLatin1String("Info"), Qt::CaseInsensitive) == 0) {
+        id = QStringLiteral("9992");
+    }
+    return QStringLiteral("common");
+}
+
+void EngineMessageHandler::parseOldMessageNavigation(
+    const FieldList& fields, QStringList& navigation)
+{
+    navigation.clear();
+    for (const auto& field : fields) {
+        navigation.append(fromHostText(field.second));
+    }
+}
+
+QString EngineMessageHandler::convertMessageType(const std::string& type)
+{
+    const QString text = fromHostText(type);
+    if (text.contains(QLatin1String("error"), Qt::CaseInsensitive)
+        || text.contains(QLatin1String("@E"), Qt::CaseInsensitive)) {
+        return QStringLiteral("Error");
+    }
+    if (text.contains(QLatin1String("warning"), Qt::CaseInsensitive)
+        || text.contains(QLatin1String("@W"), Qt::CaseInsensitive)) {
+        return QStringLiteral("Warning");
+    }
+    return QStringLiteral("Info");
+}
+
+void EngineMessageHandler::onActiveImplementationChanged(const QString& implementation)
+{
+    m_active = implementation == m_implementation;
+}
+
+// The run-state slots trace each event of this implementation on the debug channel, one
+// line each, labels bare and arguments quoted as QDebug writes them.
+
+void EngineMessageHandler::onTaskStarted(const QString& implementation, int)
+{
+    if (implementation != m_implementation) {
+        return;
+    }
+    qDebug() << "task started:"
+             << "implementation:" << implementation;
+}
+
+void EngineMessageHandler::onTaskFinished(const QString& implementation, int)
+{
+    if (implementation != m_implementation) {
+        return;
+    }
+    qDebug() << "task finished:"
+             << "implementation:" << implementation;
+    // The store files what arrives between tasks under its "Tool" pseudo-process.
+    if (m_messageObject != nullptr) {
+        m_messageObject->setCurrentProcess(QString());
+    }
+}
+
+void EngineMessageHandler::onProcessStarted(
+    const QString& implementation, const QString& milestone, const QString& task)
+{
+    if (implementation != m_implementation) {
+        return;
+    }
+    qDebug() << "\nprocess started:"
+             << "implementation:" << implementation << " milestone:" << milestone
+             << " task:" << task;
+    if (m_messageObject != nullptr) {
+        m_messageObject->setCurrentProcess(task);
+        m_messageObject->setFilterProcess(milestone);
+        m_messageObject->refreshCurrentProcessMessages();
+    }
+}
+
+void EngineMessageHandler::onProcessFinished(
+    const QString& implementation, const QString& milestone, const QString& task)
+{
+    if (implementation != m_implementation) {
+        return;
+    }
+    qDebug() << "process finished:"
+             << "implementation:" << implementation << " milestone:" << milestone
+             << " task:" << task;
+}
+
+void EngineMessageHandler::onEngineStarted(
+    const QString& implementation, const QString& task, const QString& engine)
+{
+    if (implementation != m_implementation) {
+        return;
+    }
+    qDebug() << "engine started:"
+             << "implementation:" << implementation << " milestone:"
+             << "N/A"
+             << " task:" << task << " engine:" << engine;
+    m_currentEngine = engine;
+    updateMessageParser();
+}
+
+void EngineMessageHandler::onEngineFinished(
+    const QString& implementation, const QString& task, const QString& engine)
+{
+    if (implementation != m_implementation) {
+        return;
+    }
+    qDebug() << "engine finished:"
+             << "implementation:" << implementation << " milestone:"
+             << "N/A"
+             << " task:" << task << " engine:" << engine;
+    // The unterminated tail is handled now, so that it is not lost if nothing follows,
+    // and kept: the next output of this implementation continues it and it is handled
+    // again, whole, when its line feed arrives. The rule set stays selected as well.
+    if (!m_lineBuffer.isEmpty()) {
+        QPointer<EngineMessageHandler> alive(this);
+        const QString pending = m_lineBuffer;
+        handleMessageLine(pending);
+        if (alive.isNull()) {
+            return;
+        }
+    }
+    m_currentEngine.clear();
+}
+
+} // namespace zefa::msg_filter::impl_detail
