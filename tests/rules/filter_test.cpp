@@ -248,19 +248,6 @@ TEST(FilterResults, GetNextResultIsAStubThatEmptiesItsArgument)
     EXPECT_EQ(filter.getResults().size(), 1U);
 }
 
-TEST(FilterResults, CopiesAreIndependent)
-{
-    ZefaMsgFilter original("fpga");
-    original.startEngin("default");
-    original.filterMessage("pending");
-    ZefaMsgFilter copy = original;
-    copy.filterMessage(" ERROR: x\n");
-    EXPECT_TRUE(original.getResults().empty());
-    EXPECT_EQ(lastSummary(copy), "error [Error]");
-    original = copy;
-    EXPECT_EQ(original.getResults().size(), 1U);
-}
-
 struct ParseNewRow {
     const char* name;
     Fields fields;

@@ -168,13 +168,4 @@ TEST(DefinitionReaderFile, MissingFileFailsQuietly)
     EXPECT_FALSE(engine.isInitialized());
 }
 
-TEST(DefinitionReaderFile, ReadsTheShippedFixture)
-{
-    DataPathOverride dataPath(QStringLiteral(MSGFILTER_TEST_DATA_DIR "/rules/filter"));
-    ZefaMsgParserEngin engine;
-    ASSERT_TRUE(engine.loadFilterRules());
-    EXPECT_NE(engine.getTarget("fpga"), nullptr);
-    EXPECT_NE(engine.getRule("new-message"), nullptr);
-}
-
 } // namespace
