@@ -49,6 +49,9 @@ MessageObject::MessageObject(QObject* parent)
     , m_currentProcess(kToolProcess)
     , m_filter(new MessageFilter(this))
 {
+    // Lets queued connections and signal spies carry the node pointer.
+    static const int nodeType = qRegisterMetaType<MessageNode*>("zefa::msg_filter::MessageNode*");
+    Q_UNUSED(nodeType)
 }
 
 MessageObject::~MessageObject()
