@@ -137,6 +137,18 @@ TEST_F(MessageObjectTest, PostedNodeCarriesTheRenderedText)
     EXPECT_EQ(object.reloadAllMessages().first()->getMessageProcess(), QStringLiteral("Tool"));
 }
 
+TEST_F(MessageObjectTest, NodeIdIsTheEightBitKeyText)
+{
+    MessageObject object;
+    object.postMessage(
+        QString(), QStringLiteral("\u03a9-1 caf\u00e9"), QStringLiteral("Note"), {}, {});
+    EXPECT_EQ(journal(),
+        (Journal { "queryMsgType(?-1 caf\xe9)", "queryMsgDisplayString(?-1 caf\xe9,[])" }));
+    ASSERT_EQ(object.reloadAllMessages().size(), 1);
+    EXPECT_EQ(object.reloadAllMessages().first()->getMessageID(), QStringLiteral("?-1 caf\u00e9"));
+    EXPECT_EQ(object.reloadAllMessages().first()->getMessageSeverity(), QStringLiteral("Note"));
+}
+
 TEST_F(MessageObjectTest, AppendMessageRecordsToolMessagesOnly)
 {
     const struct {
