@@ -135,6 +135,7 @@ void BM_SaveLog(benchmark::State& state)
     SavedLog& log = savedLog();
     for (auto _ : state)
         log.object.saveProcessMessages();
+    state.counters["file_bytes"] = double(log.size());
     state.SetBytesProcessed(state.iterations() * log.size());
     state.SetItemsProcessed(state.iterations() * kMessages);
 }

@@ -3,6 +3,7 @@
 #include <msgfilter/messageobject.h>
 
 #include <QDir>
+#include <QMetaMethod>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
@@ -135,6 +136,18 @@ TEST_F(MessageObjectTest, PostedNodeCarriesTheRenderedText)
         QStringLiteral("net a to b"));
     // Without setCurrentProcess, messages belong to the tool.
     EXPECT_EQ(object.reloadAllMessages().first()->getMessageProcess(), QStringLiteral("Tool"));
+}
+
+TEST_F(MessageObjectTest, SignalsAreConnectableBySignature)
+{
+    const QMetaObject& meta = MessageObject::staticMetaObject;
+    for (const char* signature :
+        { "sigMessageBufferUpdated()", "sigMessageAppended(zefa::msg_filter::MessageNode*)" }) {
+        SCOPED_TRACE(signature);
+        const int index = meta.indexOfSignal(signature);
+        ASSERT_GE(index, 0);
+        EXPECT_EQ(meta.method(index).methodType(), QMetaMethod::Signal);
+    }
 }
 
 TEST_F(MessageObjectTest, NodeIdIsTheEightBitKeyText)
