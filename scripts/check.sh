@@ -33,8 +33,12 @@ for corpus in fuzz/corpus/*/; do
   name=$(basename "$corpus")
   work="$out/fuzz/corpus-$name"
   rm -rf "$work" && mkdir -p "$work"
+  dictionary=""
+  [ -f "fuzz/$name.dict" ] && dictionary="-dict=fuzz/$name.dict"
   echo "-- $name"
-  "$out/fuzz/fuzz/$name" -max_total_time="$fuzz_seconds" -print_final_stats=1 "$work" "$corpus"
+  # shellcheck disable=SC2086
+  "$out/fuzz/fuzz/$name" -max_total_time="$fuzz_seconds" -print_final_stats=1 $dictionary \
+    "$work" "$corpus"
 done
 
 step "all checks passed"

@@ -22,5 +22,6 @@ struct Command {
 int runClassify(const QStringList& arguments);
 int runCheckRules(const QStringList& arguments);
 int runExplain(const QStringList& arguments);
+int runSession(const QStringList& arguments);
 
 } // namespace zefa::msg_filter::tool

@@ -16,6 +16,7 @@ constexpr tool::Command kCommands[] = {
     { "classify", "classify the lines of tool output", tool::runClassify },
     { "check-rules", "report what a rule file loses or can never match", tool::runCheckRules },
     { "explain", "show how the rules treat one line", tool::runExplain },
+    { "run", "replay a recorded tool session through the library", tool::runSession },
 };
 
 QString overview()

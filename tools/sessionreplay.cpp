@@ -221,6 +221,10 @@ bool SessionReplay::runCommand(
         zefa::pelno::PELNO_PROCESS_EVENT_OBJ event;
         event.milestone = host(word(3));
         event.task = host(word(4));
+        // The store files messages under the task; filters are applied by milestone.
+        if (word(1) == QLatin1String("started")) {
+            m_milestones[word(2)].insert(word(4), word(3));
+        }
         m_publishingFor = word(2);
         publish(event, "process", word(1), word(2));
         return true;
@@ -507,10 +511,11 @@ QVector<SessionReplay::ProcessReport> SessionReplay::buildReport()
             });
 
         // What the view shows for a process is decided by the implementation's active
-        // filter applied to that process, as when the user looks at it.
+        // filter applied as that process starts: by its milestone, like the engine side.
         store->setActiveObject(implementation);
+        const QHash<QString, QString> milestones = m_milestones.value(implementation);
         for (ProcessReport& process : processes) {
-            object->setFilterProcess(process.process);
+            object->setFilterProcess(milestones.value(process.process, process.process));
             for (Entry& entry : process.entries) {
                 if (entry.node != nullptr) {
                     entry.visible = catalogue.isVisible(host(entry.node->getMessageID()),

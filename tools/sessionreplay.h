@@ -81,6 +81,7 @@ private:
     QStringList m_implementations;
     QHash<QString, QString> m_logFiles;
     QHash<QString, QStringList> m_processOrder;
+    QHash<QString, QHash<QString, QString>> m_milestones; // implementation: task to milestone
 };
 
 /// The text a person reads for a stored message: its display string, or its dynamic

@@ -249,6 +249,12 @@ bool MsgCatalogue::loadFile(const QString& path, std::vector<CatalogueProblem>* 
         }
         return false;
     }
+    // A file with any bad line adds nothing: the catalogue stays as it was before the
+    // load, so a half-read file never shows up as half its entries.
+    const std::vector<CatalogueEntry> entriesBefore = entries_;
+    const auto byMidBefore = indexByMid_;
+    const auto firstByIdBefore = firstIndexById_;
+    const auto byNameBefore = indexByName_;
     bool clean = true;
     int lineNumber = 0;
     while (!file.atEnd()) {
@@ -269,6 +275,12 @@ bool MsgCatalogue::loadFile(const QString& path, std::vector<CatalogueProblem>* 
                 problems->push_back({ lineNumber, reason });
             }
         }
+    }
+    if (!clean) {
+        entries_ = entriesBefore;
+        indexByMid_ = byMidBefore;
+        firstIndexById_ = firstByIdBefore;
+        indexByName_ = byNameBefore;
     }
     return clean;
 }

@@ -425,7 +425,7 @@ void PrintTo(const FileCase& row, std::ostream* out)
 
 class CatalogueFile : public Catalogue, public ::testing::WithParamInterface<FileCase> { };
 
-TEST_P(CatalogueFile, LoadsGoodLinesAndReportsBadOnes)
+TEST_P(CatalogueFile, LoadsWholeFilesOnlyAndReportsBadLines)
 {
     const FileCase& row = GetParam();
     writeCatalogueFile(row.content);
@@ -445,6 +445,12 @@ TEST_P(CatalogueFile, LoadsGoodLinesAndReportsBadOnes)
             e.id + "=" + std::to_string(e.mid) + "/" + std::to_string(e.type) + ":" + e.text);
     }
     EXPECT_EQ(loaded, row.loaded);
+    Strings generic;
+    for (std::size_t i = 0; i < 3 && i < catalogue().entries().size(); ++i) {
+        const CatalogueEntry& e = catalogue().entries()[i];
+        generic.push_back(e.id + "/" + std::to_string(e.type) + ":" + e.text);
+    }
+    EXPECT_EQ(generic, (Strings { "9990/1:%1", "9991/2:%1", "9992/4:%1" }));
 
     // The same file as the default one: loaded at reset, problems kept for the caller.
     catalogue().reset();
@@ -472,8 +478,9 @@ INSTANTIATE_TEST_SUITE_P(Catalogue, CatalogueFile,
             "common|9990|Error|7000|number of a known entry changed\n"
             "syn|SYN-8|Info|12x|bad number\n"
             "syn|SYN-9|Info||last line without line feed",
-            { 2, 3, 4, 5, 6, 7, 8 },
-            { "SYN-1=6001/2:ok", "SYN-9=5001/4:last line without line feed" } }),
+            { 2, 3, 4, 5, 6, 7, 8 }, {} },
+        FileCase { "BadLineUndoesChangesToKnownEntries",
+            "common|9991|Error||changed %1\nsyn|SYN-1|Fatal||bad type\n", { 2 }, {} }),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(Catalogue, MissingFileMeansGenericEntriesOnly)

@@ -127,6 +127,35 @@ TEST(SubRuleMatchList, IsAppendedToOnEveryCall)
     EXPECT_EQ(fields, (Fields { { "n", "7" }, { "n", "8" } }));
 }
 
+// A rule compiles its patterns once and keeps them; a rule built afresh for every call
+// must not be able to tell the difference, whatever the previous call matched.
+TEST(RuleReuse, AnswersEveryCallAsAFreshRuleWould)
+{
+    const std::vector<std::string> patterns { "(a)?(b)?", "x*", "", "(unclosed", "[a-", "(a)\\1",
+        "\\b(\\w+)$", "(x)|(y)" };
+    // Each line after the first follows one that matched differently, or not at all.
+    const std::vector<std::string> lines { "ab", "b", "zzz", "", "aa", "y x", "ab", "x" };
+    for (const std::string& pattern : patterns) {
+        ZefaMsgParserRule reused("r", "T", pattern);
+        reused.addSubRule(subRule("A", "1", pattern, { "first" }));
+        for (const std::string& line : lines) {
+            SCOPED_TRACE("pattern '" + pattern + "', line '" + line + "'");
+            ZefaMsgParserRule fresh("r", "T", pattern);
+            fresh.addSubRule(subRule("A", "1", pattern, { "first" }));
+            EXPECT_EQ(reused.match(line), fresh.match(line));
+            std::string reusedType;
+            std::string reusedId;
+            Fields reusedFields;
+            std::string freshType;
+            std::string freshId;
+            Fields freshFields;
+            EXPECT_EQ(reused.matchSubRule(line, reusedType, reusedId, reusedFields),
+                fresh.matchSubRule(line, freshType, freshId, freshFields));
+            EXPECT_EQ(reusedFields, freshFields);
+        }
+    }
+}
+
 TEST(RuleCopy, IsIndependentOfTheOriginal)
 {
     ZefaMsgParserRule original("r", "T", "a");

@@ -48,8 +48,9 @@ struct CatalogueProblem {
 /// and common/9992 (info, MID 9992), with the template "%1", are always present. The
 /// entries of the catalogue file in the data directory (defaultFilePath()) are added to
 /// them when the catalogue is first used and again at every reset(); a missing file
-/// means the generic entries only, a malformed line is skipped (defaultFileProblems()
-/// says which and why). Not thread-safe: use it from the thread that delivers events.
+/// means the generic entries only, and so does a malformed one (defaultFileProblems()
+/// says which lines are wrong and why). Not thread-safe: use it from the thread that
+/// delivers events.
 class MSGFILTER_HOST_EXPORT MsgCatalogue {
 public:
     static MsgCatalogue& instance();
@@ -88,9 +89,10 @@ public:
     /// The mask of switched-on types (15 after reset).
     int enabledTypes() const;
 
-    /// Reads catalogue entries from `path` and adds the good ones. Returns true when the
-    /// file was read and had no problem; every skipped line, or the unreadable file, is
-    /// appended to `problems` when it is not null. Nothing is printed.
+    /// Reads catalogue entries from `path` and adds them, all or none: a file with a bad
+    /// line, or an unreadable one, changes nothing and returns false. Every bad line, or
+    /// the unreadable file, is appended to `problems` when it is not null. Nothing is
+    /// printed.
     bool loadFile(const QString& path, std::vector<CatalogueProblem>* problems = nullptr);
 
     /// The catalogue file of the data directory: BaseSystem::getDataPath()/msgcatalogue.txt.
