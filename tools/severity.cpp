@@ -1,20 +1,16 @@
 #include "severity.h"
 
+#include "engine/enginemessagehandler.h"
+
 namespace zefa::msg_filter::tool {
 
 Severity severityOfType(const std::string& type)
 {
-    const QString text = QString::fromLatin1(type.data(), static_cast<int>(type.size()));
-    const auto has = [&text](const char* word) {
-        return text.contains(QLatin1String(word), Qt::CaseInsensitive);
-    };
-    if (has("error") || has("@E")) {
-        return Severity::Error;
-    }
-    if (has("warning") || has("@W")) {
-        return Severity::Warning;
-    }
-    return Severity::Info;
+    // The engine side's own reading, so that the tool and the host never disagree.
+    const QString word = impl_detail::EngineMessageHandler::convertMessageType(type);
+    Severity severity = Severity::Info;
+    parseSeverity(word, severity);
+    return severity;
 }
 
 QString severityName(Severity severity)

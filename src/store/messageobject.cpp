@@ -41,6 +41,25 @@ QString severityOfType(int type)
     }
 }
 
+// The catalogue's type words, kept once: nodes share them instead of each holding a copy.
+QString sharedTypeWord(const std::string& word)
+{
+    static const QString known[] = { QStringLiteral("Error"), QStringLiteral("Warning"),
+        QStringLiteral("Info"), QStringLiteral("Critical Warning") };
+    for (const QString& candidate : known)
+        if (candidate == QLatin1String(word.data(), int(word.size())))
+            return candidate;
+    return impl_detail::fromLatin1String(word);
+}
+
+bool isLatin1(const QString& text)
+{
+    for (const QChar ch : text)
+        if (ch.unicode() > 0xff)
+            return false;
+    return true;
+}
+
 } // namespace
 
 MessageObject::MessageObject(QObject* parent)
@@ -102,8 +121,11 @@ void MessageObject::postMessage(const QString& component, const QString& message
     if (m_active)
         catalogue.postMsg(keyText.constData(), dynamic, navigation, 0);
 
-    auto* node = new MessageNode(QString::fromLatin1(keyText),
-        impl_detail::fromLatin1String(typeWord), m_currentProcess, dynamicData, navigationData);
+    // The node's id is the 8-bit key text; a Latin-1 key is that text already, and sharing
+    // it saves a copy per message.
+    const QString nodeId = isLatin1(key) ? key : QString::fromLatin1(keyText);
+    auto* node = new MessageNode(
+        nodeId, sharedTypeWord(typeWord), m_currentProcess, dynamicData, navigationData);
     m_buffer[m_currentProcess].append(node);
     Q_EMIT sigMessageAppended(node);
 }

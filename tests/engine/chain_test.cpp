@@ -12,7 +12,9 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -218,6 +220,14 @@ INSTANTIATE_TEST_SUITE_P(Formats, LineClassification,
             { "E-77|Error|something|something" }, {} },
         LineRow { "OldRuleWithoutOldSyntaxKeepsWholeLine", "  the error_flag is high \n",
             { "9990|Error|the error_flag is high|" }, {} },
+        LineRow { "OldSyntaxMustSpanTheWholeLine", "top.v: error: bad\n",
+            { "9990|Error|top.v: error: bad|" }, {} },
+        LineRow {
+            "TypeNamingBothSeveritiesIsError", "TYPED both\n", { "9990|Error|TYPED both|" }, {} },
+        LineRow {
+            "ShortErrorTypeInAnyCase", "TYPED e-short\n", { "9990|Error|TYPED e-short|" }, {} },
+        LineRow { "ShortWarningTypeAnywhereInText", "TYPED w-short\n",
+            { "9991|Warning|TYPED w-short|" }, {} },
         LineRow { "RuleWithoutMatchingSubRuleDropsLine", "# progress 10%\n", {}, {} },
         LineRow { "UnrecognisedLineIsPlainText", "  Starting placement \n", {},
             { "  Starting placement " } },
@@ -245,6 +255,21 @@ INSTANTIATE_TEST_SUITE_P(Formats, LineClassification,
             "@msg id=X-8 type=warning dynamic=1 navigation=0 args=arg1=\"v\"\n",
             { "X-8|warning|v|" }, {} }),
     [](const testing::TestParamInfo<LineRow>& info) { return std::string(info.param.name); });
+
+// Only an old-format line without an id of its own goes to the catalogue's generic
+// entries, looked up under their component; every other message is keyed by its id.
+TEST_F(EngineChain, GenericIdsAreLookedUpUnderTheirComponent)
+{
+    runActive("impl_keys");
+    MsgCatalogue::instance().clearJournal();
+    publishOutput(
+        "impl_keys", "@E - a\nError: b\n@msg id=X-9 type=Info dynamic=0 navigation=0\nNote: c\n");
+    EXPECT_EQ(journalLinesStartingWith("getMsgMID"),
+        (Lines { "getMsgMID(common,9990)", "getMsgMID(common,9992)" }));
+    EXPECT_EQ(journalLinesStartingWith("postMsg"),
+        (Lines { "postMsg(9990,[a],[],0)", "postMsg(E-77,[b],[b],0)", "postMsg(X-9,[],[],0)",
+            "postMsg(9992,[Note: c],[],0)" }));
+}
 
 struct EntityRow {
     const char* name;
@@ -503,7 +528,7 @@ TEST_F(EngineChain, ClosedProjectLosesAllHandlers)
     publishTask("started", "impl_one");
     publishOutput("impl_one", "fresh\n");
     EXPECT_EQ(plainLines(), Lines { "fresh" });
-    // The store keeps what the old handlers posted.
+    // The store's objects are left alone: impl_one is still in its last process.
     EXPECT_EQ(object("impl_one")->getCurrentProcess(), QStringLiteral("synth_1"));
 }
 
@@ -564,14 +589,50 @@ INSTANTIATE_TEST_SUITE_P(ReportNames, ProjectLoad,
         LoadRow { "EmptyListOfNames", true, {}, false }),
     [](const testing::TestParamInfo<LoadRow>& info) { return std::string(info.param.name); });
 
-TEST_F(EngineChain, ProjectLoadWithoutDefaultChangesNothing)
+TEST_F(EngineChain, ProjectLoadWithoutUsableDefaultChangesNothing)
 {
-    project()->addImplementation("impl_none", "/tmp");
+    // No default at all, then a default without a title: neither loads filters nor
+    // moves the active object.
+    zefa::pelno::ZefaImplementation* untitled = project()->addImplementation("", "/tmp");
+    untitled->setReportFileNames("Report_MessageFilter", { "filters.xml" });
     MessageManager::getInstance()->setActiveObject(QStringLiteral("impl_earlier"));
-    publishProject("loaded");
-    EXPECT_EQ(MessageManager::getInstance()->getActiveObjectName(), QStringLiteral("impl_earlier"));
-    EXPECT_FALSE(
-        MessageManager::getInstance()->getObjectNames().contains(QStringLiteral("impl_none")));
+    for (bool withDefault : { false, true }) {
+        SCOPED_TRACE(withDefault ? "untitled default" : "no default");
+        if (withDefault) {
+            project()->setDefaultImplementation("");
+        }
+        publishProject("loaded");
+        EXPECT_EQ(
+            MessageManager::getInstance()->getActiveObjectName(), QStringLiteral("impl_earlier"));
+        EXPECT_EQ(MessageManager::getInstance()->getObjectNames(),
+            QStringList { QStringLiteral("impl_earlier") });
+    }
+}
+
+// The manager is torn down at exit; a use after that is the caller's programming error
+// and must say so rather than hand out a destroyed object.
+void useManagerAfterExit()
+{
+    try {
+        EngineMessageManager::instance();
+    } catch (const std::logic_error& error) {
+        std::_Exit(std::string(error.what()) == "Dead Reference Detected" ? 3 : 4);
+    }
+    std::_Exit(5);
+}
+
+TEST(EngineMessageManagerLifetime, UseAfterExitIsADeadReference)
+{
+    // A fresh process, so that the probe is registered before the manager's own clean-up
+    // and therefore runs after it.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            std::atexit(useManagerAfterExit);
+            EngineMessageManager::instance();
+            std::exit(0);
+        },
+        testing::ExitedWithCode(3), "");
 }
 
 } // namespace

@@ -174,20 +174,6 @@ TEST_F(FilterFileTest, MalformedFileKeepsTheFiltersCompletedBeforeTheError)
         describe(back.table.value(QStringLiteral("good"))), QStringLiteral("G1,G2 | Info | "));
 }
 
-TEST_F(FilterFileTest, ReadReplacesTheTableAndHandsOverItsOldNodes)
-{
-    auto* old = new FilterNode;
-    Table table { { QStringLiteral("old"), old } };
-    QString activeName;
-    FilterReadOwnership owned;
-    ASSERT_TRUE(MessageFilterReadWrite(storetest::fixture("filters/truncated_filters.xml"))
-                    .doRead(table, activeName, owned));
-    EXPECT_EQ(table.keys(), QStringList { QStringLiteral("good") });
-    ASSERT_EQ(owned.filters.size(), 1u);
-    EXPECT_EQ(owned.filters.front().get(), old);
-    qDeleteAll(table);
-}
-
 TEST_F(FilterFileTest, UnreadableFileLeavesTableAndActiveNameAlone)
 {
     ASSERT_TRUE(QDir(m_dir.path()).mkdir(QStringLiteral("a-directory")));
