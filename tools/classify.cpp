@@ -55,10 +55,8 @@ const QString kHelp = QStringLiteral(
     "Exit status: 0 success, 1 a line at or above --fail-on, 2 usage error or an\n"
     "input or rule file that cannot be read.\n");
 
-// Input is read in pieces of this size, and handed to the filter in runs of whole
-// lines of about kFeedBytes.
+// Input is read, and handed to the filter, in pieces of this size.
 constexpr qint64 kChunkBytes = 256 * 1024;
-constexpr int kFeedBytes = 8 * 1024;
 // The filter keeps every result it ever produced; a fresh filter takes over after
 // this many lines so that memory stays flat on long inputs.
 constexpr size_t kLinesPerFilter = 50000;
@@ -124,16 +122,7 @@ public:
         }
         const QByteArray complete = m_partial.left(lastLineFeed + 1);
         m_partial.remove(0, lastLineFeed + 1);
-        // The filter moves its pending text forward once per line, so the cost of one
-        // call grows with the square of its size: hand it small runs of whole lines.
-        for (int start = 0; start < complete.size();) {
-            int end = complete.lastIndexOf('\n', start + kFeedBytes - 1);
-            if (end < start) {
-                end = complete.indexOf('\n', start);
-            }
-            m_filter->filterMessage(complete.mid(start, end + 1 - start).constData());
-            start = end + 1;
-        }
+        m_filter->filterMessage(complete.constData());
         QByteArray output = drain();
         // The filter holds no partial line now, so a fresh one goes on seamlessly.
         if (m_consumed >= kLinesPerFilter) {

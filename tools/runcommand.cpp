@@ -7,6 +7,8 @@
 #include "sessionreplay.h"
 #include "terminal.h"
 
+#include <msgfilter/host/msgcatalogue.h>
+
 #include <QCommandLineParser>
 #include <QFile>
 #include <QFileInfo>
@@ -68,6 +70,20 @@ void debugChannel(QtMsgType type, const QMessageLogContext&, const QString& text
     }
 }
 
+// A catalogue file the catalogue had to ignore leaves every message with its bare
+// arguments; say which line spoiled it.
+void reportCatalogueProblems()
+{
+    const zefa::pelno::MsgCatalogue& catalogue = zefa::pelno::MsgCatalogue::instance();
+    for (const zefa::pelno::CatalogueProblem& problem : catalogue.defaultFileProblems()) {
+        reportError(kCommand,
+            QStringLiteral("%1:%2: %3 (the catalogue file is ignored)")
+                .arg(zefa::pelno::MsgCatalogue::defaultFilePath())
+                .arg(problem.line)
+                .arg(QString::fromStdString(problem.reason)));
+    }
+}
+
 } // namespace
 
 int runSession(const QStringList& arguments)
@@ -109,6 +125,10 @@ int runSession(const QStringList& arguments)
             kCommand, QStringLiteral("cannot read %1: %2").arg(sessionPath, session.errorString()));
         return kExitFailure;
     }
+
+    // The catalogue reads its entries from the data directory at first use: before
+    // --rules may point the data directory elsewhere.
+    reportCatalogueProblems();
 
     // The rules are loaded before the first handler asks for them; the engine side
     // classifies with the "fpga" target and its engines.

@@ -134,12 +134,15 @@ bool ZefaMsgFilter::endFilter()
 bool ZefaMsgFilter::filterMessage(const char* text)
 {
     m_pending.append(text);
+    // Walks the complete lines with an offset and drops them in one go at the end, so a
+    // chunk of many lines costs its length once rather than once per line.
+    std::string::size_type lineStart = 0;
     std::string::size_type newline;
-    while ((newline = m_pending.find('\n')) != std::string::npos) {
-        const std::string line = m_pending.substr(0, newline + 1);
-        m_pending.erase(0, newline + 1);
-        flushMessage(line);
+    while ((newline = m_pending.find('\n', lineStart)) != std::string::npos) {
+        flushMessage(m_pending.substr(lineStart, newline + 1 - lineStart));
+        lineStart = newline + 1;
     }
+    m_pending.erase(0, lineStart);
     return !m_results.empty();
 }
 

@@ -21,9 +21,14 @@ struct ToolResult {
     QString err;
 };
 
-ToolResult runTool(const QStringList& arguments)
+ToolResult runTool(const QStringList& arguments, const QString& dataPath = QString())
 {
     QProcess process;
+    if (!dataPath.isEmpty()) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("ZEFA_DATA_PATH"), dataPath);
+        process.setProcessEnvironment(environment);
+    }
     process.start(QStringLiteral(MSGFILTER_TOOL), arguments);
     ToolResult result;
     if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit) {
@@ -249,6 +254,27 @@ TEST_F(RunCommand, FeedsAFileInChunksLikeInlineOutput)
                                                      "    Warning  9991  first\n"
                                                      "                   some progress\n"
                                                      "    Error    9990  second [top.v:7]\n")))
+        << result.out.toStdString();
+}
+
+TEST_F(RunCommand, NamesTheLineThatSpoilsTheCatalogueFile)
+{
+    // The good entry before the bad line must not survive either: the file counts whole.
+    ASSERT_TRUE(QFile::copy(kTestRules, path(QStringLiteral("enginemsg.xml"))));
+    writeText(path(QStringLiteral("msgcatalogue.txt")),
+        QStringLiteral("# entries\nsynthesis|S-1|Warning||custom %1\nsynthesis|S-2|Warning\n"));
+    writeText(path(QStringLiteral("one.session")),
+        QStringLiteral("open-project p\nadd-implementation a out\nset-default a\n"
+                       "task started a\nprocess started a S S\nengine started a S default\n"
+                       "output a warning: still shown\n"));
+    const ToolResult result =
+        runTool({ QStringLiteral("run"), path(QStringLiteral("one.session")) }, m_directory.path());
+    EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+    EXPECT_TRUE(result.err.startsWith(QStringLiteral("msgfilter run: ")
+        + path(QStringLiteral("msgcatalogue.txt")) + QStringLiteral(":3: ")))
+        << result.err.toStdString();
+    EXPECT_EQ(result.err.count(QLatin1Char('\n')), 1) << result.err.toStdString();
+    EXPECT_TRUE(result.out.contains(QStringLiteral("Warning  9991  still shown")))
         << result.out.toStdString();
 }
 
