@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -17,7 +18,7 @@ namespace {
 struct Listener : PelnoEventListonerAbstract {
     bool canHandleEvent(PELNO_EVENT_OBJ* event, unsigned int kind) override
     {
-        const bool accepted = onlyKind < 0 || kind == static_cast<unsigned int>(onlyKind);
+        const bool accepted = onlyKind < 0 || kind == static_cast<unsigned long>(onlyKind);
         if (const auto hook = onCanHandle) {
             hook(event);
         }
@@ -32,35 +33,32 @@ struct Listener : PelnoEventListonerAbstract {
         }
         return value;
     }
-    std::string name;
-    std::string* trace = nullptr;
-    int onlyKind = -1; // accepts every kind when negative
-    long returnValue = 0;
+    std::string name, *trace = nullptr;
+    long onlyKind = -1, returnValue = 0; // every kind is accepted while onlyKind is negative
     std::function<void(PELNO_EVENT_OBJ*)> onCanHandle, onNotify;
 };
 
 class EventBus : public ::testing::Test {
 protected:
-    Listener& add(std::string name, const std::string& category, int priority = 0)
+    // The listener returns its registration number from notify.
+    Listener& add(
+        std::string name, int priority = 0, const std::vector<std::string>& categories = { "task" })
     {
         Listener& listener = *listeners.emplace_back(std::make_unique<Listener>());
         listener.name = std::move(name);
         listener.trace = &trace;
-        listen(listener, category, priority);
+        listener.returnValue = static_cast<long>(listeners.size());
+        for (const std::string& category : categories) {
+            const PELNO_EVENT_LISTONER_CONTEXT context { category, "", 0, "", "", 0 };
+            EXPECT_TRUE(priority == 0
+                    ? RegisterEventListoner(&context, &listener)
+                    : RegisterEventListoner(&context, &listener, LISTONER_PRIORITY(priority)));
+        }
         return listener;
     }
-    static void listen(Listener& listener, const std::string& category, int priority = 0)
+    static long publish(std::string category, std::string action = "", unsigned kind = 0)
     {
-        const PELNO_EVENT_LISTONER_CONTEXT context { category, "", 0, "", "", 0 };
-        EXPECT_TRUE(priority == 0
-                ? RegisterEventListoner(&context, &listener)
-                : RegisterEventListoner(&context, &listener, LISTONER_PRIORITY(priority)));
-    }
-    static long publish(
-        const std::string& category, const std::string& action = "", unsigned kind = 0)
-    {
-        PELNO_EVENT_OBJ event;
-        event.header = { category, action, "impl_1" };
+        PELNO_EVENT_OBJ event { { std::move(category), std::move(action), "impl_1" } };
         return PublishEvent(&event, kind);
     }
     std::string trace;
@@ -69,88 +67,60 @@ protected:
 
 TEST_F(EventBus, DeliversToTheExactCategoryByPriorityThenRegistrationOrder)
 {
-    add("A", "task");
-    add("B", "task", 2);
-    add("C", "task", LISTONER_PRIORITY_PROJECT);
-    add("D", "task", 2);
-    add("E", "task", -1);
-    add("F", "task");
-    add("G", "Task", 5);
-    add("H", "task ", 5);
-    add("I", "process", 5);
-    publish("task");
-    EXPECT_EQ(trace, "B D C A F E");
+    add("A");
+    add("B", 2);
+    add("C", LISTONER_PRIORITY_PROJECT);
+    add("D", 2);
+    add("E", -1).onlyKind = 6;
+    add("F");
+    add("G", 5, { "Task", "task ", "process" });
+    EXPECT_EQ(publish("task", "", 6), 5) << "the last listener's value";
+    EXPECT_EQ(publish("task", "", 7), 6) << "E refuses kind 7: F was the last notified";
+    EXPECT_EQ(trace, "B D C A F E B D C A F");
     EXPECT_EQ(publish("engine"), 0) << "nobody listens";
 }
 
-TEST_F(EventBus, AsksWithTheKindAndReturnsTheLastNotifiedValue)
+TEST_F(EventBus, NestedPublicationsAndListenersRegisteredDuringDelivery)
 {
-    add("first", "Message", 2).returnValue = 1;
-    Listener& second = add("second", "Message", 1);
-    Listener& last = add("last", "Message");
-    second.returnValue = 2;
-    second.onlyKind = last.onlyKind = 6;
-    last.returnValue = 3;
-    EXPECT_EQ(publish("Message", "", 6), 3);
-    EXPECT_EQ(publish("Message", "", 7), 1) << "the others refuse kind 7";
-    EXPECT_EQ(trace, "first second last first");
-    EXPECT_EQ(PublishEvent(nullptr), 0);
-}
-
-TEST_F(EventBus, PublishingFromNotifyDeliversTheNestedEventFirst)
-{
-    // The first task listener announces a process, and once a task event of its own.
-    add("T1", "task", 1).onNotify = [this](PELNO_EVENT_OBJ* event) {
+    // The first task listener announces a process and, once, a task event of its own; a
+    // listener it registers meanwhile gets that nested event but not the one in flight,
+    // whatever its priority.
+    add("T1", 1).onNotify = [this](PELNO_EVENT_OBJ* event) {
         publish("process", "/started");
         if (event->header.action == "/started") {
+            add("new", 5);
             publish("task", "/finished");
         }
     };
-    add("T2", "task");
-    add("P", "process");
+    add("T2");
+    add("P", 0, { "process" });
     publish("task", "/started");
-    EXPECT_EQ(trace, "T1/started P/started T1/finished P/started T2/finished T2/started");
-}
-
-TEST_F(EventBus, ListenerRegisteredDuringDeliveryGetsOnlyLaterEvents)
-{
-    // Like a handler made at a task start: even a higher priority does not pull it into the
-    // delivery in flight.
-    add("creator", "task").onNotify = [this](PELNO_EVENT_OBJ*) { add("new", "task", 5); };
-    publish("task", "/started");
-    EXPECT_EQ(trace, "creator/started");
-    publish("task", "/finished");
-    EXPECT_EQ(trace, "creator/started new/finished creator/finished");
+    EXPECT_EQ(
+        trace, "T1/started P/started new/finished T1/finished P/started T2/finished T2/started");
 }
 
 TEST_F(EventBus, DeletedListenerIsNeverCalledAgain)
 {
-    // Each row: who deletes whom, from where; who gets the event in flight, then an event of
-    // the listeners' second category.
-    const struct {
-        bool inCanHandle;
-        std::size_t deleter, victim;
-        const char* expected;
-    } rows[] = {
+    // Each row: whether the deletion happens in canHandleEvent rather than notify, who deletes
+    // whom; then who gets the event in flight, and an event of the listeners' second category.
+    const std::tuple<bool, std::size_t, std::size_t, const char*> rows[] = {
         { false, 0, 2, "A B | A B" }, // a later one from notify
         { false, 1, 1, "A B C | A C" }, // itself from notify
-        { false, 2, 0, "A B C | B C" }, // an earlier one from notify
         { true, 1, 1, "A C | A C" }, // itself from canHandleEvent
         { true, 0, 1, "A C | A C" }, // the next one from canHandleEvent
     };
-    for (const auto& row : rows) {
+    for (const auto& [inCanHandle, deleter, victim, expected] : rows) {
         listeners.clear();
         for (const char* name : { "A", "B", "C" }) {
-            listen(add(name, "task"), "engine");
+            add(name, 0, { "task", "engine" });
         }
-        auto& hook = row.inCanHandle ? listeners[row.deleter]->onCanHandle
-                                     : listeners[row.deleter]->onNotify;
-        hook = [this, victim = row.victim](PELNO_EVENT_OBJ*) { listeners[victim].reset(); };
+        (inCanHandle ? listeners[deleter]->onCanHandle : listeners[deleter]->onNotify) =
+            [this, v = victim](PELNO_EVENT_OBJ*) { listeners[v].reset(); };
         trace.clear();
         publish("task");
         trace += " |";
         publish("engine");
-        EXPECT_EQ(trace, row.expected);
+        EXPECT_EQ(trace, expected);
     }
 }
 

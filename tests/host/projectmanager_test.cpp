@@ -11,19 +11,15 @@ using Strings = std::vector<std::string>;
 
 namespace {
 
-TEST(ProjectManager, HoldsOneProjectWithImplementationsAndADefault)
+TEST(ProjectManager, HoldsOneProjectWithImplementationsADefaultAndReportNames)
 {
     ZefaProjectManager* manager = ZefaProjectManager::getProjectManager();
     ASSERT_NE(manager, nullptr);
-    EXPECT_EQ(manager->getProject(), nullptr);
-    EXPECT_EQ(manager->getDefaultImplementation(), nullptr);
-    ZefaProject* old = manager->openProject("old");
-    old->addImplementation("impl_1", "/r");
-    old->setDefaultImplementation("impl_1");
-
+    manager->openProject("old")->addImplementation("impl_1", "/r");
+    // Opening another project replaces the old one with all it held.
     ZefaProject* project = manager->openProject("cpu");
     EXPECT_EQ(manager->getProject(), project);
-    EXPECT_EQ(manager->getDefaultImplementation(), nullptr) << "the old project's default";
+    EXPECT_EQ(project->getImplementation("impl_1"), nullptr);
     ZefaImplementation* first = project->addImplementation("impl_1", "/runs/impl_1");
     ZefaImplementation* second = project->addImplementation("impl_2", "/elsewhere");
     EXPECT_EQ(project->getDefaultImplementation(), "");
@@ -42,30 +38,26 @@ TEST(ProjectManager, HoldsOneProjectWithImplementationsAndADefault)
     project->setDefaultImplementation("");
     EXPECT_EQ(manager->getDefaultImplementation(), untitled);
 
+    // Report names are set per implementation and id; the last setting wins.
+    first->setReportFileNames("Report_MessageFilter", { "old.xml" });
+    first->setReportFileNames("Report_MessageFilter", { "filters.xml", "more.xml" });
+    first->setReportFileNames("Report_Empty", {});
+    const std::tuple<ZefaImplementation*, const char*, bool, Strings> rows[] = {
+        { first, "Report_MessageFilter", true, { "filters.xml", "more.xml" } },
+        { first, "Report_Empty", true, {} },
+        { second, "Report_Empty", false, { "untouched" } },
+        { first, "report_messagefilter", false, { "untouched" } },
+        { first, nullptr, false, { "untouched" } },
+    };
+    for (const auto& [implementation, id, found, expected] : rows) {
+        Strings names { "untouched" };
+        EXPECT_EQ(implementation->resolveReportsFileNameFromId(names, id), found);
+        EXPECT_EQ(names, expected) << implementation->getTitle() << " " << (id ? id : "null");
+    }
+
     manager->closeProject();
     EXPECT_EQ(manager->getProject(), nullptr);
     EXPECT_EQ(manager->getDefaultImplementation(), nullptr);
-}
-
-TEST(ProjectManager, ResolvesReportFileNamesOfTheIdsSet)
-{
-    ZefaImplementation* impl =
-        ZefaProjectManager::getProjectManager()->openProject("p")->addImplementation(
-            "impl_1", "/r");
-    impl->setReportFileNames("Report_MessageFilter", { "old.xml" });
-    impl->setReportFileNames("Report_MessageFilter", { "filters.xml", "more.xml" });
-    impl->setReportFileNames("Report_Empty", {});
-    const std::tuple<const char*, bool, Strings> rows[] = {
-        { "Report_MessageFilter", true, { "filters.xml", "more.xml" } },
-        { "Report_Empty", true, {} },
-        { "report_messagefilter", false, { "untouched" } },
-        { nullptr, false, { "untouched" } },
-    };
-    for (const auto& [id, found, expected] : rows) {
-        Strings names { "untouched" };
-        EXPECT_EQ(impl->resolveReportsFileNameFromId(names, id), found);
-        EXPECT_EQ(names, expected) << (id != nullptr ? id : "null");
-    }
 }
 
 } // namespace
