@@ -1,6 +1,7 @@
 #include "filters/messagefilterreadwrite.h"
 
 #include "store/atomicxmlsave.h"
+#include "store/xmlfileopen.h"
 
 #include <QDebug>
 #include <QFile>
@@ -83,15 +84,9 @@ bool MessageFilterReadWrite::doWrite(const FilterTable& filters, const QString& 
 bool MessageFilterReadWrite::doRead(
     FilterTable& filters, QString& activeName, FilterReadOwnership& owned)
 {
-    if (!QFile::exists(m_fileName)) {
-        qDebug() << "message file doesn't exist" << kLocation << kMissingLine;
-        return false;
-    }
     QFile file(m_fileName);
-    if (!file.open(QIODevice::ReadOnly)) {
-        qDebug() << "Fail to Open message file" << kLocation << kOpenReadLine;
+    if (!openXmlFileForReading(file, kLocation, kMissingLine, kOpenReadLine))
         return false;
-    }
 
     QXmlStreamReader reader(&file);
     for (MessageFilter::FilterNode* previous : qAsConst(filters))

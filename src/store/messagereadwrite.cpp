@@ -1,6 +1,7 @@
 #include "store/messagereadwrite.h"
 
 #include "store/atomicxmlsave.h"
+#include "store/xmlfileopen.h"
 
 #include <QDebug>
 #include <QFile>
@@ -72,15 +73,9 @@ bool MessageReadWrite::doWrite(const Buffer& buffer)
 
 bool MessageReadWrite::doRead(Buffer& buffer, std::vector<std::unique_ptr<MessageNode>>& released)
 {
-    if (!QFile::exists(m_fileName)) {
-        qDebug() << "message file doesn't exist" << kLocation << kMissingLine;
-        return false;
-    }
     QFile file(m_fileName);
-    if (!file.open(QIODevice::ReadOnly)) {
-        qDebug() << "Fail to Open message file" << kLocation << kOpenReadLine;
+    if (!openXmlFileForReading(file, kLocation, kMissingLine, kOpenReadLine))
         return false;
-    }
 
     // A tolerant pass: elements out of place are ignored rather than rejected, and the
     // first XML error ends the read with whatever was complete by then.
