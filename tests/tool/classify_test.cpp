@@ -270,18 +270,24 @@ TEST(Classify, ReadsFilesAndStandardInputEachWithItsOwnLineNumbers)
     const std::string odd = "Warning: path \"C:\\tmp\\x\"\tdone \xc3\xa9 {\"not\": json}";
     const ToolResult result =
         runTool(words("classify --format jsonl") << first << QStringLiteral("-") << second,
-            QByteArray::fromStdString("INFO: [Synth 8-6157] x\nnoise\n" + odd + "\r\nERROR: last"));
+            QByteArray::fromStdString(
+                "INFO: [Synth 8-6157] x [a.v:3]\nnoise\n" + odd + "\r\nERROR: last"));
     ASSERT_EQ(result.exitCode, 0) << result.err;
+    const std::vector<Message> messages = parseJsonl(result.out);
     std::vector<std::string> seen;
-    for (const Message& m : parseJsonl(result.out)) {
+    for (const Message& m : messages) {
         seen.push_back(m.file + ':' + std::to_string(m.line) + ':' + m.rule + ':' + m.text);
     }
-    EXPECT_EQ(seen,
+    ASSERT_EQ(seen,
         (std::vector<std::string> {
             first.toStdString() + ":2:keyword-message:Warning: unterminated",
-            "-:1:bracket-tag-message:INFO: [Synth 8-6157] x", "-:3:keyword-message:" + odd,
+            "-:1:bracket-tag-message:INFO: [Synth 8-6157] x [a.v:3]", "-:3:keyword-message:" + odd,
             "-:4:keyword-message:ERROR: last",
             second.toStdString() + ":1:keyword-message:Info: next file" }));
+    // Fields keep the order of the sub-rule.
+    EXPECT_EQ(messages[1].fields,
+        (std::vector<std::pair<std::string, std::string>> {
+            { "tag", "Synth 8-6157" }, { "text", "x" }, { "file", "a.v" }, { "line", "3" } }));
 }
 
 TEST(Classify, LineNumbersStayRightAcrossReadChunksAndFilters)
