@@ -1,11 +1,33 @@
 #include "store/atomicxmlsave.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QXmlStreamWriter>
 
 namespace zefa::msg_filter::impl_detail {
 
-bool saveXmlDocument(const QString& path, const std::function<void(QXmlStreamWriter&)>& writeBody)
+namespace {
+
+// QSaveFile refuses to replace a file that we may not write, although a file we may
+// remove can always be written anew. Such a file is moved aside for the save and either
+// dropped once the new one is in place or moved back when the save fails. Returns the
+// name it was moved to, or an empty string when nothing was moved.
+QString moveAsideIfReadOnly(const QString& path)
+{
+    const QFileInfo previous(path);
+    if (!previous.exists() || previous.isDir() || previous.isWritable())
+        return QString();
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const QString aside = path + QStringLiteral(".previous-%1").arg(attempt);
+        if (QFileInfo(aside).exists() || QFileInfo(aside).isSymLink())
+            continue;
+        return QFile::rename(path, aside) ? aside : QString();
+    }
+    return QString();
+}
+
+bool writeDocument(const QString& path, const std::function<void(QXmlStreamWriter&)>& writeBody)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
@@ -27,6 +49,21 @@ bool saveXmlDocument(const QString& path, const std::function<void(QXmlStreamWri
         return false;
     }
     return file.commit();
+}
+
+} // namespace
+
+bool saveXmlDocument(const QString& path, const std::function<void(QXmlStreamWriter&)>& writeBody)
+{
+    const QString aside = moveAsideIfReadOnly(path);
+    const bool saved = writeDocument(path, writeBody);
+    if (!aside.isEmpty()) {
+        if (saved)
+            QFile::remove(aside);
+        else
+            QFile::rename(aside, path);
+    }
+    return saved;
 }
 
 } // namespace zefa::msg_filter::impl_detail

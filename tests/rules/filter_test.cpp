@@ -1,43 +1,26 @@
 #include <msgfilter/zefamsgfilter.h>
 
 #include <QByteArray>
-#include <QtGlobal>
 
+#include <sstream>
 #include <string>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using zefa::msg_filter::GetFieldsFromEngineMsg;
 using zefa::msg_filter::ZefaMsgFilter;
 using Fields = std::vector<std::pair<std::string, std::string>>;
+using Strings = std::vector<std::string>;
 
-// The process-wide rule engine reads its file once; every test of this program shares
-// the fixture rules, set before the first test touches the engine.
-class FixtureRules : public testing::Environment {
-public:
-    void SetUp() override
-    {
-        qputenv("ZEFA_DATA_PATH", QByteArrayLiteral(MSGFILTER_TEST_DATA_DIR "/rules/filter"));
-    }
-};
+// The process-wide rule engine reads its file once: every test of this program shares the
+// fixture rules, named before anything can touch the engine.
+[[maybe_unused]] const bool kFixtureRules =
+    qputenv("ZEFA_DATA_PATH", QByteArrayLiteral(MSGFILTER_TEST_DATA_DIR "/rules/filter"));
 
-[[maybe_unused]] testing::Environment* const kFixtureRules =
-    testing::AddGlobalTestEnvironment(new FixtureRules);
-
-std::vector<std::string> messages(const ZefaMsgFilter& filter)
-{
-    std::vector<std::string> result;
-    for (const auto& parsed : filter.getResults()) {
-        result.push_back(parsed.message);
-    }
-    return result;
-}
-
-// What a result says about the line, in one comparable string.
+// What a result says about its line, in one comparable string.
 std::string summary(const ZefaMsgFilter::ParsResult& result)
 {
     std::string text = (result.isNewMessage ? "new " : "") + result.rule + " [" + result.type + "]";
@@ -47,299 +30,149 @@ std::string summary(const ZefaMsgFilter::ParsResult& result)
     return text;
 }
 
-std::string lastSummary(const ZefaMsgFilter& filter)
+// The lines recorded so far, or what the filter made of them.
+Strings results(const ZefaMsgFilter& filter, bool summaries = false)
 {
-    return filter.getResults().empty() ? "none" : summary(filter.getResults().back());
-}
-
-struct ChunkRow {
-    const char* name;
-    std::vector<const char*> chunks;
-    std::vector<std::string> expectedMessages;
-};
-
-class Chunking : public testing::TestWithParam<ChunkRow> { };
-
-TEST_P(Chunking, CutsCompleteLinesKeepingTheirNewline)
-{
-    const ChunkRow& row = GetParam();
-    ZefaMsgFilter filter;
-    for (const char* chunk : row.chunks) {
-        filter.filterMessage(chunk);
-    }
-    EXPECT_EQ(messages(filter), row.expectedMessages);
+    Strings list;
     for (const auto& result : filter.getResults()) {
-        EXPECT_EQ(result.type, "Text");
-        EXPECT_TRUE(result.rule.empty());
+        list.push_back(summaries ? summary(result) : result.message);
     }
+    return list;
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, Chunking,
-    testing::Values(ChunkRow { "PartialLineWaits", { "abc" }, {} },
-        ChunkRow { "LineCompletedLater", { "abc", "def\n" }, { "abcdef\n" } },
-        ChunkRow { "TwoLinesInOneChunk", { "a\nb\n" }, { "a\n", "b\n" } },
-        ChunkRow { "EmptyChunks", { "", "", "" }, {} },
-        ChunkRow { "BareNewlineIsALine", { "x\n\ny" }, { "x\n", "\n" } },
-        ChunkRow { "NewlineAlone", { "tail", "\n" }, { "tail\n" } },
-        ChunkRow { "CarriageReturnStays", { "dos\r\n" }, { "dos\r\n" } }),
-    [](const testing::TestParamInfo<ChunkRow>& info) { return std::string(info.param.name); });
-
-struct ClassifyRow {
-    const char* name;
-    const char* engine;
-    const char* line;
-    std::string expected;
-};
-
-class Classification : public testing::TestWithParam<ClassifyRow> { };
-
-TEST_P(Classification, RecordsRuleTypeAndFields)
+TEST(FilterChunking, CutsCompleteLinesKeepingTheirNewline)
 {
-    const ClassifyRow& row = GetParam();
-    ZefaMsgFilter filter;
-    filter.startFilter("fpga");
-    filter.startEngin(row.engine);
-    filter.filterMessage(row.line);
-    ASSERT_EQ(filter.getResults().size(), 1U);
-    EXPECT_EQ(filter.getResults().front().message, row.line);
-    EXPECT_EQ(summary(filter.getResults().front()), row.expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, Classification,
-    testing::Values(ClassifyRow { "NewMessageHasNoSubTypeSuffix", "default",
-                        "@msg id=MF-1 dynamic=1 navigation=0 args=a=1\n",
-                        "new new-message [NewMessage] id=MF-1 dynamic=1 navigation=0 args=a=1" },
-        ClassifyRow { "NewMessageRuleWithoutSubRuleMatch", "default", "@msg broken\n",
-            "new-message [NewMessage]" },
-        ClassifyRow { "SubRuleTypeAppended", "default", "WARNING: top.v:12: unused\n",
-            "warning [Warning:Design] file=top.v line=12" },
-        ClassifyRow {
-            "RuleWithoutMatchingSubRule", "default", "WARNING: no place\n", "warning [Warning]" },
-        ClassifyRow { "RuleWithoutSubRules", "default", "ERROR: failed\n", "error [Error]" },
-        ClassifyRow { "NoRuleIsText", "default", "plain output\n", " [Text]" },
-        ClassifyRow { "OtherEngineHasOtherRules", "synth", "ERROR: failed\n", " [Text]" },
-        ClassifyRow {
-            "NamedEngineUsed", "synth", "INFO: [Opt] done\n", "synth-info [Info:Synth] step=Opt" },
-        ClassifyRow { "UnknownEngineFallsBackToDefault", "no-such-engine", "ERROR: failed\n",
-            "error [Error]" }),
-    [](const testing::TestParamInfo<ClassifyRow>& info) { return std::string(info.param.name); });
-
-TEST(FilterFlush, PendingTextIsClassifiedButKept)
-{
-    ZefaMsgFilter filter;
-    EXPECT_FALSE(filter.filterMessage("tail"));
-    EXPECT_TRUE(filter.endFilter());
-    EXPECT_TRUE(filter.endFilter());
-    filter.startFilter("fpga");
-    filter.startEngin("default");
-    EXPECT_EQ(messages(filter), (std::vector<std::string> { "tail", "tail", "tail", "tail" }));
-    filter.filterMessage(" ERROR: late\n");
-    EXPECT_EQ(filter.getResults().back().message, "tail ERROR: late\n");
-    EXPECT_EQ(lastSummary(filter), "error [Error]");
-    // The line is complete now: nothing is left to flush.
-    filter.endFilter();
-    EXPECT_EQ(filter.getResults().size(), 5U);
-}
-
-TEST(FilterFlush, ReturnValueSaysWhetherAnythingWasEverRecorded)
-{
-    ZefaMsgFilter filter;
-    EXPECT_FALSE(filter.startFilter("fpga"));
-    EXPECT_FALSE(filter.startEngin("default"));
-    EXPECT_FALSE(filter.filterMessage("partial"));
-    EXPECT_FALSE(filter.filterMessage(""));
-    filter.flushMessage("");
-    EXPECT_TRUE(filter.getResults().empty());
-    EXPECT_TRUE(filter.filterMessage(" line\n"));
-    EXPECT_TRUE(filter.filterMessage(""));
-    EXPECT_TRUE(filter.startEngin("default"));
-}
-
-TEST(FilterSelection, EngineNeedsATarget)
-{
-    ZefaMsgFilter filter;
-    filter.setEngine("default");
-    filter.filterMessage("ERROR: x\n");
-    EXPECT_EQ(lastSummary(filter), " [Text]");
-    // The name was not stored, so asking again after choosing a target works.
-    filter.setTarget("fpga");
-    filter.setEngine("default");
-    filter.filterMessage("ERROR: x\n");
-    EXPECT_EQ(lastSummary(filter), "error [Error]");
-}
-
-TEST(FilterSelection, SameTargetAgainForgetsTheEngine)
-{
-    ZefaMsgFilter filter("fpga");
-    filter.setEngine("default");
-    filter.setTarget("fpga");
-    filter.filterMessage("ERROR: x\n");
-    EXPECT_EQ(lastSummary(filter), " [Text]");
-    filter.setEngine("default");
-    filter.filterMessage("ERROR: x\n");
-    EXPECT_EQ(lastSummary(filter), "error [Error]");
-}
-
-TEST(FilterSelection, FallbackKeepsTheRequestedName)
-{
-    ZefaMsgFilter filter("fpga");
-    filter.setEngine("unknown");
-    filter.setEngine("unknown");
-    filter.filterMessage("ERROR: x\n");
-    EXPECT_EQ(lastSummary(filter), "error [Error]");
-    filter.setEngine("synth");
-    filter.filterMessage("ERROR: x\n");
-    EXPECT_EQ(lastSummary(filter), " [Text]");
-}
-
-TEST(FilterSelection, WithoutDefaultEngineAnUnknownNameLeavesNoEngine)
-{
-    ZefaMsgFilter filter("bare");
-    filter.setEngine("unknown");
-    filter.filterMessage("ERROR: x\n");
-    EXPECT_EQ(lastSummary(filter), " [Text]");
-    filter.setEngine("only");
-    filter.filterMessage("ERROR: x\n");
-    EXPECT_EQ(lastSummary(filter), "error [Error]");
-}
-
-TEST(FilterSelection, UnknownOrEmptyTargetGivesText)
-{
-    for (const char* target : { "no-such-family", "" }) {
-        SCOPED_TRACE(target);
+    const std::tuple<const char*, Strings, Strings> rows[] = {
+        { "partial line waits", { "abc" }, {} },
+        { "line completed later", { "abc", "def\n" }, { "abcdef\n" } },
+        { "two lines in one chunk", { "a\nb\n" }, { "a\n", "b\n" } },
+        { "bare newline is a line", { "x\n\ny" }, { "x\n", "\n" } },
+        { "carriage return stays", { "dos\r", "\n" }, { "dos\r\n" } },
+    };
+    for (const auto& [name, chunks, lines] : rows) {
+        SCOPED_TRACE(name);
         ZefaMsgFilter filter;
-        filter.startFilter(target);
-        filter.startEngin("default");
-        filter.filterMessage("ERROR: x\n");
-        EXPECT_EQ(lastSummary(filter), " [Text]");
+        for (const std::string& chunk : chunks) {
+            filter.filterMessage(chunk.c_str());
+        }
+        EXPECT_EQ(results(filter), lines);
     }
-    ZefaMsgFilter noTarget(nullptr);
-    noTarget.setEngine("default");
-    noTarget.filterMessage("ERROR: x\n");
-    EXPECT_EQ(lastSummary(noTarget), " [Text]");
 }
 
-TEST(FilterSelection, EndFilterDropsTargetAndEngine)
+TEST(FilterSelection, ClassifiesWithTheChosenTargetAndEngine)
 {
-    ZefaMsgFilter filter("fpga");
-    filter.startEngin("default");
-    filter.endFilter();
-    filter.startEngin("default");
-    filter.filterMessage("ERROR: x\n");
-    EXPECT_EQ(lastSummary(filter), " [Text]");
-    filter.startFilter("fpga");
-    filter.startEngin("default");
-    filter.filterMessage("ERROR: x\n");
-    EXPECT_EQ(lastSummary(filter), "error [Error]");
+    const char* error = "ERROR: x\n";
+    // name, target given to the constructor, steps (T:setTarget E:setEngine X:endFilter),
+    // line, what its result says
+    const std::tuple<const char*, const char*, const char*, const char*, const char*> rows[] = {
+        { "structured line", "fpga", "E:default", "@msg M-1 x\n", "new new-message [New] id=M-1" },
+        { "structured, no sub-rule", "fpga", "E:default", "@msg \n", "new-message [New]" },
+        { "sub-rule type appended", "fpga", "E:default", "WARNING: top.v:12: unused\n",
+            "warning [Warning:Design] file=top.v line=12" },
+        { "no sub-rule matches", "fpga", "E:default", "WARNING: x\n", "warning [Warning]" },
+        { "no rule is text", "fpga", "E:default", "plain\n", " [Text]" },
+        { "named engine", "fpga", "E:synth", "ab ERROR: x\n", "g-short [T]" },
+        { "unknown engine falls back", "fpga", "E:unknown", error, "error [Error]" },
+        { "no default to fall back to", "bare", "E:unknown", error, " [Text]" },
+        { "engine needs a target", nullptr, "E:default", error, " [Text]" },
+        { "unknown target", "", "T:none E:default", error, " [Text]" },
+        { "same target forgets engine", "fpga", "E:default T:fpga", error, " [Text]" },
+        { "engine again", "fpga", "E:default T:fpga E:default", error, "error [Error]" },
+        { "end drops target and engine", "fpga", "E:default X: E:default", error, " [Text]" },
+        { "target again after end", "fpga", "E:default X: T:fpga E:default", error,
+            "error [Error]" },
+    };
+    for (const auto& [name, target, steps, line, expected] : rows) {
+        SCOPED_TRACE(name);
+        ZefaMsgFilter filter(target);
+        std::istringstream stream(steps);
+        for (std::string step; stream >> step;) {
+            const char* arg = step.c_str() + 2;
+            step[0] == 'T'       ? filter.setTarget(arg)
+                : step[0] == 'E' ? filter.setEngine(arg)
+                                 : (void)filter.endFilter();
+        }
+        filter.filterMessage(line);
+        EXPECT_EQ(results(filter), Strings { line });
+        EXPECT_EQ(results(filter, true), Strings { expected });
+    }
 }
 
-TEST(FilterResults, GetNextResultIsAStubThatEmptiesItsArgument)
+TEST(FilterFlush, ClassifiesPendingTextBeforeSwitchingAndKeepsIt)
 {
-    ZefaMsgFilter filter("fpga");
-    filter.startEngin("default");
-    filter.filterMessage("WARNING: a.v:1: x\n");
+    ZefaMsgFilter filter;
+    filter.flushMessage("");
+    // Each call returns whether a result was ever recorded, not whether it recorded one.
+    const std::vector<bool> returned { filter.startFilter("fpga"), filter.startEngin("synth"),
+        filter.filterMessage("ERROR: ta"), filter.filterMessage("il"), filter.startEngin("default"),
+        filter.startFilter("fpga"), filter.startEngin("default"), filter.endFilter(),
+        filter.endFilter(), filter.filterMessage(""), filter.filterMessage(" late\n"),
+        filter.endFilter() };
+    EXPECT_EQ(returned, std::vector<bool>({ 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1 }));
+    // Every switch classified the unfinished line with the engine it was leaving; the last
+    // endFilter() found the line complete and had nothing left to flush.
+    Strings lines(5, "ERROR: tail");
+    lines.push_back("ERROR: tail late\n");
+    EXPECT_EQ(results(filter), lines);
+    EXPECT_EQ(results(filter, true),
+        (Strings { " [Text]", "error [Error]", " [Text]", "error [Error]", " [Text]", " [Text]" }));
+    // A stub: it empties all of its argument but isNewMessage and reads nothing.
     ZefaMsgFilter::ParsResult result { true, "m", "r", "t", { { "n", "v" } } };
     EXPECT_FALSE(filter.getNextResult(result));
-    EXPECT_TRUE(result.isNewMessage);
-    EXPECT_TRUE(result.message.empty());
-    EXPECT_TRUE(result.rule.empty());
-    EXPECT_TRUE(result.type.empty());
-    EXPECT_TRUE(result.fields.empty());
-    EXPECT_EQ(filter.getResults().size(), 1U);
+    EXPECT_EQ(summary(result) + result.message, "new  []");
 }
 
-struct ParseNewRow {
-    const char* name;
-    Fields fields;
-    std::string expectedId;
-    std::vector<std::string> expectedDynamic;
-    std::vector<std::string> expectedNavigation;
-};
-
-class ParseNewMessage : public testing::TestWithParam<ParseNewRow> { };
-
-TEST_P(ParseNewMessage, SplitsArgumentsByCount)
+TEST(ParseNewMessage, SplitsTheArgumentsByTheCounts)
 {
-    const ParseNewRow& row = GetParam();
-    std::string id = "stale";
-    std::vector<std::string> dynamicArgs { "stale" };
-    std::vector<std::string> navigationArgs { "stale" };
-    ZefaMsgFilter::parseNewMessage(row.fields, id, dynamicArgs, navigationArgs);
-    EXPECT_EQ(id, row.expectedId);
-    EXPECT_EQ(dynamicArgs, row.expectedDynamic);
-    EXPECT_EQ(navigationArgs, row.expectedNavigation);
+    // name, dynamic count, navigation count, argument text, dynamic and navigation arguments
+    const std::tuple<const char*, const char*, const char*, const char*, Strings, Strings>
+        rows[] = {
+            { "quoted and plain", "1", "1", " a=\"x\" b=y ", { "x" }, { "y" } },
+            { "counts beyond the pieces", "2", "5", "a=1  b=2 c=3", { "1", "2" }, { "3" } },
+            { "dynamic count beyond all", "9", "1", "a=1", { "1" }, {} },
+            { "count not a number", "2x", "1", "a=1 b=2", {}, { "1" } },
+            { "negative count", "-1", "2", "a=1 b=2", {}, { "1" } },
+            { "value shapes", "6", "0", "a=\"\" b=\" c=x=y d e= f=\" s \"",
+                { "", "\"", "x", "", "", "\"" }, {} },
+            { "blank arguments", "1", "1", " \t ", {}, {} },
+        };
+    for (const auto& [name, dynamic, navigation, args, wantDynamic, wantNavigation] : rows) {
+        SCOPED_TRACE(name);
+        // Later pairs override earlier ones.
+        const Fields fields { { "id", "1" }, { "dynamic", "0" }, { "id", "M-7" },
+            { "dynamic", dynamic }, { "navigation", navigation }, { "args", args } };
+        std::string id = "stale";
+        Strings gotDynamic { "stale" }, gotNavigation { "stale" };
+        ZefaMsgFilter::parseNewMessage(fields, id, gotDynamic, gotNavigation);
+        EXPECT_EQ(std::tie(id, gotDynamic, gotNavigation),
+            std::make_tuple("M-7", wantDynamic, wantNavigation));
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ParseNewMessage,
-    testing::Values(ParseNewRow { "QuotedAndPlain",
-                        { { "dynamic", "1" }, { "navigation", "1" }, { "args", " a=\"x\" b=y " } },
-                        "", { "x" }, { "y" } },
-        ParseNewRow { "NothingGiven", {}, "", {}, {} },
-        ParseNewRow { "IdOnly", { { "id", "MF-7" }, { "args", "a=1" } }, "MF-7", {}, {} },
-        ParseNewRow { "LaterRepeatWins",
-            { { "id", "1" }, { "dynamic", "2" }, { "id", "2" }, { "dynamic", "1" },
-                { "args", "a=p b=q" } },
-            "2", { "p" }, {} },
-        ParseNewRow { "CountsBeyondThePieces",
-            { { "dynamic", "2" }, { "navigation", "5" }, { "args", "a=1  b=2 c=3" } }, "",
-            { "1", "2" }, { "3" } },
-        ParseNewRow { "DynamicCountBeyondAll",
-            { { "dynamic", "9" }, { "navigation", "1" }, { "args", "a=1" } }, "", { "1" }, {} },
-        ParseNewRow { "CountThatIsNoNumberIsZero",
-            { { "dynamic", "two" }, { "navigation", "1" }, { "args", "a=1 b=2" } }, "", {},
-            { "1" } },
-        ParseNewRow { "NegativeDynamicCount",
-            { { "dynamic", "-1" }, { "navigation", "2" }, { "args", "a=1 b=2" } }, "", {},
-            { "1" } },
-        ParseNewRow { "ValueShapes",
-            { { "dynamic", "6" }, { "args", "a=\"\" b=\" c=x=y d e= f=\" spaced \"" } }, "",
-            { "", "\"", "x", "", "", "\"" }, {} },
-        ParseNewRow { "NamesAreCaseSensitive",
-            { { "Dynamic", "1" }, { "ID", "x" }, { "args", "a=1" } }, "", {}, {} },
-        ParseNewRow { "BlankArgumentsStopEarly",
-            { { "id", "9" }, { "dynamic", "1" }, { "args", "  \t " } }, "9", {}, {} }),
-    [](const testing::TestParamInfo<ParseNewRow>& info) { return std::string(info.param.name); });
-
-struct FieldLookupRow {
-    const char* name;
-    std::vector<std::string> ruleNames;
-    int expectedResult;
-    std::string expectedRule;
-    Fields expectedFields;
-};
-
-class FieldLookup : public testing::TestWithParam<FieldLookupRow> { };
-
-TEST_P(FieldLookup, TriesRulesInTheGivenOrder)
+TEST(FieldLookup, TriesTheRulesInTheGivenOrder)
 {
-    const FieldLookupRow& row = GetParam();
-    std::string ruleName = "untouched";
-    Fields fields;
-    EXPECT_EQ(
-        GetFieldsFromEngineMsg("abcd\n", row.ruleNames, ruleName, fields), row.expectedResult);
-    EXPECT_EQ(ruleName, row.expectedRule);
-    EXPECT_EQ(fields, row.expectedFields);
+    // name, rule names, result, rule named, fields; the line is "abcd\n"
+    const std::tuple<const char*, Strings, int, std::string, Fields> rows[] = {
+        { "empty list", {}, -1, "untouched", {} },
+        { "unknown names and empty matches skipped", { "missing", "g-empty" }, -1, "untouched",
+            {} },
+        { "match without sub-rule", { "g-short" }, 2, "g-short", {} },
+        { "shorter later rule skipped", { "g-long", "g-short-sub" }, 4, "g-long", {} },
+        { "longer later rule", { "g-short", "g-long-sub" }, 4, "g-long-sub", { { "long", "c" } } },
+        { "equal later rule takes over", { "g-long", "g-long-too" }, 4, "g-long-too", {} },
+        { "sub-rule match stops the search", { "g-short-sub", "g-long-sub" }, 2, "g-short-sub",
+            { { "short", "a" } } },
+        { "caller order, not name order", { "g-long-sub-too", "g-long-sub" }, 4, "g-long-sub-too",
+            { { "too", "d" } } },
+    };
+    for (const auto& [name, ruleNames, result, rule, fields] : rows) {
+        SCOPED_TRACE(name);
+        std::string gotRule = "untouched";
+        Fields gotFields;
+        EXPECT_EQ(zefa::msg_filter::GetFieldsFromEngineMsg("abcd\n", ruleNames, gotRule, gotFields),
+            result);
+        EXPECT_EQ(std::tie(gotRule, gotFields), std::tie(rule, fields));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Table, FieldLookup,
-    testing::Values(FieldLookupRow { "EmptyList", {}, -1, "untouched", {} },
-        FieldLookupRow {
-            "UnknownNamesSkipped", { "missing", "also-missing" }, -1, "untouched", {} },
-        FieldLookupRow { "EmptyMatchDoesNotCount", { "g-empty" }, -1, "untouched", {} },
-        FieldLookupRow { "MatchWithoutSubRule", { "g-short" }, 2, "g-short", {} },
-        FieldLookupRow { "ShorterLaterRuleSkipped", { "g-long", "g-short-sub" }, 4, "g-long", {} },
-        FieldLookupRow { "LongerLaterRuleWithSubRule", { "g-short", "g-long-sub" }, 4, "g-long-sub",
-            { { "long", "c" } } },
-        FieldLookupRow {
-            "EqualLengthLaterRuleTakesOver", { "g-long", "g-long-too" }, 4, "g-long-too", {} },
-        FieldLookupRow { "EqualLengthLaterRuleWithSubRule", { "g-long", "g-long-sub-too" }, 4,
-            "g-long-sub-too", { { "too", "d" } } },
-        FieldLookupRow { "FirstRuleWithSubRuleStopsTheSearch", { "g-short-sub", "g-long-sub" }, 2,
-            "g-short-sub", { { "short", "a" } } },
-        FieldLookupRow { "CallerOrderNotNameOrder", { "g-long-sub-too", "g-long-sub" }, 4,
-            "g-long-sub-too", { { "too", "d" } } }),
-    [](const testing::TestParamInfo<FieldLookupRow>& info) {
-        return std::string(info.param.name);
-    });
 
 } // namespace

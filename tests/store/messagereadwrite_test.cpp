@@ -2,6 +2,7 @@
 #include "storetestsupport.h"
 
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <set>
@@ -298,6 +299,61 @@ TEST_F(MessageLogTest, FailedSaveUnderAFileSizeLimitKeepsThePreviousLog)
         // The same buffer saves fine without the limit, so the limit was the only obstacle.
         EXPECT_TRUE(MessageReadWrite(path("unlimited.xml")).doWrite(large));
         QFile::remove(path("unlimited.xml"));
+    }
+}
+
+TEST_F(MessageLogTest, ReadOnlyPreviousLogIsReplacedOrKeptWhole)
+{
+    // A log the user may not write but may remove is replaced like any other; when the
+    // save fails on the way, the previous log is back, its permissions included.
+    const QFileDevice::Permissions readOnly =
+        QFileDevice::ReadOwner | QFileDevice::ReadGroup | QFileDevice::ReadOther;
+    const QFileDevice::Permissions everyone = readOnly | QFileDevice::WriteOwner
+        | QFileDevice::WriteGroup | QFileDevice::WriteOther | QFileDevice::ExeOwner
+        | QFileDevice::ExeGroup | QFileDevice::ExeOther;
+    ASSERT_TRUE(QFile::setPermissions(m_dir.path(), everyone));
+    Buffer buffer;
+    for (int i = 0; i < 30; ++i)
+        buffer[QStringLiteral("synth")].append(
+            node(QStringLiteral("N-%1").arg(i), QStringLiteral("Info"), QStringLiteral("synth"),
+                QStringList(QStringLiteral("x").repeated(200))));
+    ASSERT_TRUE(MessageReadWrite(path("reference.xml")).doWrite(buffer));
+    const QByteArray replaced = storetest::readAll(path("reference.xml"));
+    ASSERT_TRUE(QFile::remove(path("reference.xml")));
+
+    const struct {
+        const char* name;
+        bool fileSizeLimit;
+        int expected; // 0 saved, 1 not saved
+    } rows[] = { { "replaced", false, 0 }, { "save fails", true, 1 } };
+    constexpr int kCannotRunHere = 3;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        ASSERT_TRUE(storetest::writeAll(path("log.xml"), "previous"));
+        ASSERT_TRUE(QFile::setPermissions(path("log.xml"), readOnly));
+        const int answer = storetest::runUnprivileged([&] {
+            if (access(QFile::encodeName(m_dir.path()).constData(), W_OK | X_OK) != 0
+                || access(QFile::encodeName(path("log.xml")).constData(), W_OK) == 0)
+                return kCannotRunHere;
+            const auto save = [&] { return MessageReadWrite(path("log.xml")).doWrite(buffer); };
+            if (!row.fileSizeLimit)
+                return save() ? 0 : 1;
+            bool limited = false;
+            const bool saved = storetest::saveUnderFileSizeLimit(save, &limited);
+            return !limited ? kCannotRunHere : saved ? 0 : 1;
+        });
+        if (answer == kCannotRunHere || answer < 0)
+            GTEST_SKIP() << "cannot take away the write permission here";
+        EXPECT_EQ(answer, row.expected);
+        EXPECT_EQ(storetest::readAll(path("log.xml")),
+            row.expected == 0 ? replaced : QByteArray("previous"));
+        if (row.expected != 0) {
+            EXPECT_EQ(QFile::permissions(path("log.xml")) & everyone, readOnly);
+        }
+        EXPECT_EQ(
+            QDir(m_dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden),
+            QStringList { QStringLiteral("log.xml") });
+        QFile::remove(path("log.xml"));
     }
 }
 

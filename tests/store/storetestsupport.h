@@ -17,6 +17,8 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 // Readable failure output for Qt strings (found by argument-dependent lookup).
 inline void PrintTo(const QString& text, std::ostream* out)
@@ -139,6 +141,27 @@ template <class Save> bool saveUnderFileSizeLimit(Save save, bool* limited)
     setrlimit(RLIMIT_FSIZE, &previous);
     std::signal(SIGXFSZ, previousHandler);
     return saved;
+}
+
+// Runs `work` in a child process that, started as root, first takes the ids of "nobody",
+// so that file permissions apply to it. Returns what `work` returned (0 to 127), or -1
+// when the child could not run or could not give up its privileges.
+template <class Work> int runUnprivileged(Work work)
+{
+    const pid_t child = fork();
+    if (child < 0)
+        return -1;
+    if (child == 0) {
+        const uid_t nobody = 65534;
+        if (getuid() == 0
+            && (setresgid(nobody, nobody, nobody) != 0 || setresuid(nobody, nobody, nobody) != 0))
+            _exit(255);
+        _exit(work());
+    }
+    int status = 0;
+    if (waitpid(child, &status, 0) != child || !WIFEXITED(status) || WEXITSTATUS(status) > 127)
+        return -1;
+    return WEXITSTATUS(status);
 }
 
 } // namespace storetest
