@@ -11,8 +11,11 @@
 #include <QXmlStreamReader>
 
 #include <algorithm>
+#include <functional>
+#include <initializer_list>
 #include <map>
 #include <set>
+#include <utility>
 #include <vector>
 
 namespace zefa::msg_filter::tool {
@@ -199,9 +202,11 @@ private:
         }
     }
 
-    // Reads the children of the current element, handing those named in `handlers` to
+    using ChildReader = std::pair<const char*, std::function<void()>>;
+
+    // Reads the children of the current element, handing those named in `readers` to
     // their reader and reporting all others as ignored.
-    template <typename Handler> void readChildren(const char* childName, Handler handler)
+    void readChildren(std::initializer_list<ChildReader> readers)
     {
         const QString parent = m_reader.name().toString();
         while (!m_reader.atEnd()) {
@@ -212,8 +217,12 @@ private:
             if (token != QXmlStreamReader::StartElement) {
                 continue;
             }
-            if (m_reader.name() == QLatin1String(childName)) {
-                handler();
+            const auto reader =
+                std::find_if(readers.begin(), readers.end(), [this](const ChildReader& candidate) {
+                    return m_reader.name() == QLatin1String(candidate.first);
+                });
+            if (reader != readers.end()) {
+                reader->second();
             } else {
                 add(elementPosition(),
                     QStringLiteral("element '%1' inside '%2' is ignored")
@@ -226,26 +235,8 @@ private:
     void readDefinition()
     {
         checkAttributes("ZefaMsgFilterDef", {});
-        const QString parent = m_reader.name().toString();
-        while (!m_reader.atEnd()) {
-            const QXmlStreamReader::TokenType token = next();
-            if (token == QXmlStreamReader::EndElement) {
-                return;
-            }
-            if (token != QXmlStreamReader::StartElement) {
-                continue;
-            }
-            if (m_reader.name() == QLatin1String("TargetDevice")) {
-                readTarget();
-            } else if (m_reader.name() == QLatin1String("FilterRule")) {
-                readFilterRule();
-            } else {
-                add(elementPosition(),
-                    QStringLiteral("element '%1' inside '%2' is ignored")
-                        .arg(m_reader.name().toString(), parent));
-                skipElement(false);
-            }
-        }
+        readChildren({ { "TargetDevice", [this] { readTarget(); } },
+            { "FilterRule", [this] { readFilterRule(); } } });
     }
 
     // A "name" that must be present, non-empty unless `mayBeEmpty`, and new among `known`. Reports
@@ -285,7 +276,7 @@ private:
         }
         ++targets;
         Definitions enginesOfTarget;
-        readChildren("Engine", [&] { readEngine(target, enginesOfTarget); });
+        readChildren({ { "Engine", [&] { readEngine(target, enginesOfTarget); } } });
     }
 
     void readEngine(const QString& target, Definitions& enginesOfTarget)
@@ -298,7 +289,7 @@ private:
         ++engines;
         const QString label = QStringLiteral("%1/%2").arg(target, engine);
         Definitions listed;
-        readChildren("Rule", [&] { readRuleReference(label, listed); });
+        readChildren({ { "Rule", [&] { readRuleReference(label, listed); } } });
     }
 
     void readRuleReference(const QString& engine, Definitions& listed)
@@ -350,7 +341,7 @@ private:
         checkPattern(attributes.value(QStringLiteral("reg_patten")).toString(),
             QStringLiteral("FilterRule '%1'").arg(name), -1);
         int subRulesOfRule = 0;
-        readChildren("SubRule", [&] { subRulesOfRule += readSubRule(name) ? 1 : 0; });
+        readChildren({ { "SubRule", [&] { subRulesOfRule += readSubRule(name) ? 1 : 0; } } });
         if (subRulesOfRule == 0) {
             add(m_filterRules[name],
                 QStringLiteral("FilterRule '%1' has no usable SubRule: the lines it wins get "

@@ -7,101 +7,61 @@
 
 #include <msgfilter/msgfilter.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace toolrunner;
 using zefa::msg_filter::ZefaMsgFilter;
-using zefa::msg_filter::impl_detail::EngineMessageHandler;
-using zefa::msg_filter::impl_detail::FindBestMatchRule;
-using zefa::msg_filter::impl_detail::ZefaEnginMsgParser;
-using zefa::msg_filter::impl_detail::ZefaMsgParserEngin;
-using zefa::msg_filter::impl_detail::ZefaMsgParserRule;
+using namespace zefa::msg_filter::impl_detail;
+using testing::StartsWith;
 
 namespace {
 
 using FieldList = std::vector<std::pair<std::string, std::string>>;
 
-ZefaMsgParserEngin* rules()
+// What the rules make of a line: rule, whether a sub-rule matched (not where), its type
+// and id, and the fields; those go to `fields` too when asked for.
+std::string classify(const std::string& line, FieldList* fields = nullptr)
 {
     // Before the first use: the engine reads its file once, from here.
     qputenv("ZEFA_DATA_PATH", MSGFILTER_SOURCE_DATA_DIR);
-    ZefaMsgParserEngin* engine = ZefaMsgParserEngin::getMsgParserEngin();
-    EXPECT_TRUE(engine->isInitialized());
-    return engine;
-}
-
-ZefaEnginMsgParser* defaultEngine()
-{
-    auto* target = rules()->getTarget("fpga");
-    return target == nullptr ? nullptr : target->getEngine("default");
-}
-
-// What the rules make of a line: rule, sub-rule type and id, fields; "" when none.
-struct Classification {
-    std::string rule;
-    int position = -1;
-    std::string type;
-    std::string id;
-    FieldList fields;
-
-    bool operator==(const Classification& other) const
-    {
-        return rule == other.rule && (position < 0) == (other.position < 0) && type == other.type
-            && id == other.id && fields == other.fields;
+    ZefaMsgParserEngin* rules = ZefaMsgParserEngin::getMsgParserEngin();
+    auto* target = rules->getTarget("fpga");
+    EXPECT_NE(target, nullptr);
+    ZefaMsgParserRule* rule =
+        target ? FindBestMatchRule(rules, target->getEngine("default"), line) : nullptr;
+    if (rule == nullptr) {
+        return "no rule";
     }
-};
-
-Classification classify(const std::string& line)
-{
-    Classification result;
-    ZefaMsgParserRule* rule = FindBestMatchRule(rules(), defaultEngine(), line);
-    if (rule != nullptr) {
-        result.rule = rule->getName();
-        result.position = rule->matchSubRule(line, result.type, result.id, result.fields);
-    }
-    return result;
-}
-
-std::string fieldValue(const FieldList& fields, const std::string& name)
-{
-    for (const auto& [fieldName, value] : fields) {
-        if (fieldName == name) {
-            return value;
-        }
-    }
-    return {};
-}
-
-std::string describe(const Classification& c)
-{
-    std::string text = c.rule + " / " + c.type;
-    for (const auto& [name, value] : c.fields) {
+    std::string type, id;
+    FieldList found;
+    std::string text = rule->getName()
+        + (rule->matchSubRule(line, type, id, found) >= 0 ? " matched " : " unmatched ") + type
+        + " / " + id;
+    for (const auto& [name, value] : found) {
         text += " " + name + "=" + value;
+    }
+    if (fields != nullptr) {
+        *fields = found;
     }
     return text;
 }
 
 TEST(DefaultRules, SameAnswerWithAndWithoutTheLineFeed)
 {
-    ASSERT_NE(defaultEngine(), nullptr);
-    QStringList logs = filesIn(realDataDirectory(), QStringLiteral("*.log"));
-    logs += filesIn(fixture(QStringLiteral("logs")), QStringLiteral("*.log"));
-    logs += filesIn(fixture(QStringLiteral("logs")), QStringLiteral("*.rpt"));
     long long compared = 0;
-    for (const QString& log : logs) {
+    for (const QString& log : logs(true) + logs(false)) {
         SCOPED_TRACE(log.toStdString());
         int mismatches = 0;
         const std::vector<QByteArray> lines = splitLines(readAll(log));
-        for (size_t index = 0; index < lines.size(); ++index) {
+        for (size_t index = 0; index < lines.size(); ++index, ++compared) {
             // The filter keeps a carriage return, the engine side drops every one.
-            const std::string withLineFeed = lines[index].toStdString() + '\n';
-            const std::string engineSide = QByteArray(lines[index]).replace('\r', "").toStdString();
-            const Classification filter = classify(withLineFeed);
-            const Classification engine = classify(engineSide);
-            ++compared;
-            if (!(filter == engine) && ++mismatches <= 5) {
-                ADD_FAILURE() << "line " << index + 1 << "\n  with line feed: " << describe(filter)
-                              << "\n  without:        " << describe(engine);
+            const std::string filter = classify(lines[index].toStdString() + '\n');
+            const std::string engine =
+                classify(QByteArray(lines[index]).replace('\r', "").toStdString());
+            if (filter != engine && ++mismatches <= 5) {
+                ADD_FAILURE() << "line " << index + 1 << "\n  with line feed: " << filter
+                              << "\n  without:        " << engine;
             }
         }
         EXPECT_EQ(mismatches, 0);
@@ -109,90 +69,62 @@ TEST(DefaultRules, SameAnswerWithAndWithoutTheLineFeed)
     EXPECT_GT(compared, 100);
 }
 
-struct StructuredRow {
-    const char* name;
-    const char* line;
-    const char* id;
-    const char* type;
-    std::vector<std::string> dynamic;
-    std::vector<std::string> navigation;
-    // The engine side undoes the XML escaping, the stand-alone decoder does not: where
-    // a value is escaped, the engine side's values (otherwise both agree).
-    std::vector<std::string> handlerDynamic = {};
-};
-
-void PrintTo(const StructuredRow& row, std::ostream* out)
+TEST(DefaultRules, StructuredFormatDecodesThroughBothDecoders)
 {
-    *out << row.line;
-}
-
-class StructuredFormat : public ::testing::TestWithParam<StructuredRow> { };
-
-TEST_P(StructuredFormat, DecodesThroughBothDecoders)
-{
-    const StructuredRow& row = GetParam();
-
-    // The stand-alone filter: the line with its line feed.
-    ZefaMsgFilter filter("fpga");
-    filter.startEngin("default");
-    filter.filterMessage((std::string(row.line) + '\n').c_str());
-    ASSERT_EQ(filter.getResults().size(), 1u);
-    const ZefaMsgFilter::ParsResult& result = filter.getResults().front();
-    ASSERT_TRUE(result.isNewMessage) << result.rule << " " << result.type;
-    std::string id;
-    std::vector<std::string> dynamic;
-    std::vector<std::string> navigation;
-    ZefaMsgFilter::parseNewMessage(result.fields, id, dynamic, navigation);
-    EXPECT_EQ(fieldValue(result.fields, "type"), row.type);
-    EXPECT_EQ(id, row.id);
-    EXPECT_EQ(dynamic, row.dynamic);
-    EXPECT_EQ(navigation, row.navigation);
-
-    // The engine side sees the line without its line feed, and decodes the values too.
-    const Classification engine = classify(row.line);
-    ASSERT_EQ(engine.rule, "new-message");
-    ASSERT_GE(engine.position, 0);
-    EXPECT_EQ(engine.fields, result.fields);
-    QString handlerId;
-    QString handlerType;
-    QStringList handlerDynamic;
-    QStringList handlerNavigation;
-    EngineMessageHandler::parseNewMessage(
-        engine.fields, handlerId, handlerType, handlerDynamic, handlerNavigation);
-    EXPECT_EQ(handlerId.toStdString(), row.id);
-    EXPECT_EQ(handlerType.toStdString(), row.type);
-    const auto strings = [](const QStringList& list) {
-        std::vector<std::string> values;
-        for (const QString& value : list) {
-            values.push_back(value.toStdString());
-        }
-        return values;
+    // A line, its type, and "id;dynamic arguments;navigation arguments" ('|'-joined) from
+    // the stand-alone decoder and, when it differs, from the engine side's, which undoes
+    // the XML escaping of the values too.
+    const std::tuple<const char*, const char*, const char*, const char*> rows[] = {
+        { R"(<msg id="PAR-1201" type="Warning" dynamic="2" navigation="1" arg1="clk" arg2="12.5" arg3="top.v"/>)",
+            "Warning", "PAR-1201;clk|12.5;top.v", nullptr },
+        { R"(   <msg  id="SYN-7"   type="Error" dynamic="1"  navigation="1"  arg1="q_reg"  arg2="a.v" />)",
+            "Error", "SYN-7;q_reg;a.v", nullptr },
+        { R"(<msg id="TIM-1" type="Info" dynamic="0" navigation="0"/>)", "Info", "TIM-1;;",
+            nullptr },
+        { R"(<msg id="X-2" type="Info" dynamic="1" navigation="0" arg1="a" arg2="b"/>)", "Info",
+            "X-2;a;", nullptr },
+        { R"(<msg id="Synth 8-327" type="Warning" dynamic="1" navigation="0" arg1="q"/>)",
+            "Warning", "Synth 8-327;q;", nullptr },
+        { R"(<msg id="E-1" type="Error" dynamic="2" navigation="0" arg1="a&amp;lt;b" arg2="&quot;q&quot;"/>)",
+            "Error", "E-1;a&amp;lt;b|&quot;q&quot;;", "E-1;a<b|\"q\";" },
     };
-    EXPECT_EQ(
-        strings(handlerDynamic), row.handlerDynamic.empty() ? row.dynamic : row.handlerDynamic);
-    EXPECT_EQ(strings(handlerNavigation), row.navigation);
-}
+    for (const auto& [line, type, expected, handlerExpected] : rows) {
+        SCOPED_TRACE(line);
+        // The stand-alone filter: the line with its line feed.
+        ZefaMsgFilter filter("fpga");
+        filter.startEngin("default");
+        filter.filterMessage((std::string(line) + '\n').c_str());
+        ASSERT_EQ(filter.getResults().size(), 1u);
+        const ZefaMsgFilter::ParsResult& result = filter.getResults().front();
+        ASSERT_TRUE(result.isNewMessage) << result.rule << " " << result.type;
+        std::string id;
+        std::vector<std::string> dynamic, navigation;
+        ZefaMsgFilter::parseNewMessage(result.fields, id, dynamic, navigation);
+        QStringList joined[2];
+        for (int i = 0; i < 2; ++i) {
+            for (const std::string& value : i == 0 ? dynamic : navigation) {
+                joined[i] << QString::fromStdString(value);
+            }
+        }
+        EXPECT_EQ(id + ';' + joined[0].join(u'|').toStdString() + ';'
+                + joined[1].join(u'|').toStdString(),
+            expected);
 
-INSTANTIATE_TEST_SUITE_P(Lines, StructuredFormat,
-    ::testing::Values(
-        StructuredRow { "DynamicAndNavigation",
-            R"(<msg id="PAR-1201" type="Warning" dynamic="2" navigation="1" arg1="clk" arg2="12.5" arg3="top.v"/>)",
-            "PAR-1201", "Warning", { "clk", "12.5" }, { "top.v" } },
-        StructuredRow { "IndentedWithExtraSpace",
-            R"(   <msg  id="SYN-7"   type="Error" dynamic="1"  navigation="1"  arg1="q_reg"  arg2="a.v" />)",
-            "SYN-7", "Error", { "q_reg" }, { "a.v" } },
-        StructuredRow { "NoArguments",
-            R"(<msg id="TIM-1" type="Info" dynamic="0" navigation="0"/>)", "TIM-1", "Info", {},
-            {} },
-        StructuredRow { "SurplusArgumentsAreIgnored",
-            R"(<msg id="X-2" type="Info" dynamic="1" navigation="0" arg1="a" arg2="b"/>)", "X-2",
-            "Info", { "a" }, {} },
-        StructuredRow { "IdWithASpace",
-            R"(<msg id="Synth 8-327" type="Warning" dynamic="1" navigation="0" arg1="q"/>)",
-            "Synth 8-327", "Warning", { "q" }, {} },
-        StructuredRow { "EscapedValue",
-            R"(<msg id="E-1" type="Error" dynamic="2" navigation="0" arg1="a&amp;lt;b" arg2="&quot;q&quot;"/>)",
-            "E-1", "Error", { "a&amp;lt;b", "&quot;q&quot;" }, {}, { "a<b", "\"q\"" } }),
-    [](const ::testing::TestParamInfo<StructuredRow>& info) { return info.param.name; });
+        // The engine side sees the line without its line feed.
+        FieldList fields;
+        ASSERT_THAT(classify(line, &fields), StartsWith("new-message matched "));
+        EXPECT_EQ(fields, result.fields);
+        QString handlerId, handlerType;
+        QStringList handlerDynamic, handlerNavigation;
+        EngineMessageHandler::parseNewMessage(
+            fields, handlerId, handlerType, handlerDynamic, handlerNavigation);
+        EXPECT_EQ(handlerType.toStdString(), type);
+        EXPECT_EQ(
+            QStringList({ handlerId, handlerDynamic.join(u'|'), handlerNavigation.join(u'|') })
+                .join(u';')
+                .toStdString(),
+            handlerExpected ? handlerExpected : expected);
+    }
+}
 
 } // namespace

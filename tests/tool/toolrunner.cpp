@@ -12,36 +12,38 @@
 namespace toolrunner {
 
 #ifdef MSGFILTER_TOOL_PATH
-ToolResult runTool(const QStringList& arguments, const QByteArray& input)
+ToolResult runTool(const QStringList& arguments, const QByteArray& input, const QString& dataPath)
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("ZEFA_DATA_PATH"));
     environment.remove(QStringLiteral("NO_COLOR"));
+    if (!dataPath.isEmpty()) {
+        environment.insert(QStringLiteral("ZEFA_DATA_PATH"), dataPath);
+    }
     process.setProcessEnvironment(environment);
     process.start(QStringLiteral(MSGFILTER_TOOL_PATH), arguments);
-    ToolResult result;
-    if (!process.waitForStarted(30000)) {
-        ADD_FAILURE() << "the tool does not start: " << process.errorString().toStdString();
-        return result;
-    }
     process.write(input);
     process.closeWriteChannel();
     if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit) {
-        ADD_FAILURE() << "the tool did not finish normally";
+        ADD_FAILURE() << "the tool did not finish normally: "
+                      << process.errorString().toStdString();
         process.kill();
         process.waitForFinished();
     }
-    result.exitCode = process.exitCode();
-    result.out = process.readAllStandardOutput();
-    result.err = process.readAllStandardError();
-    return result;
+    return { process.exitCode(), process.readAllStandardOutput().toStdString(),
+        process.readAllStandardError().toStdString() };
 }
 #endif
 
-QString fixture(const QString& relative)
+QStringList words(const char* text)
 {
-    return QStringLiteral(MSGFILTER_TEST_DATA_DIR "/tool/") + relative;
+    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+QString testData(const char* relative)
+{
+    return QStringLiteral(MSGFILTER_TEST_DATA_DIR "/") + QString::fromUtf8(relative);
 }
 
 QString defaultRules()
@@ -49,18 +51,13 @@ QString defaultRules()
     return QStringLiteral(MSGFILTER_SOURCE_DATA_DIR "/enginemsg.xml");
 }
 
-QString realDataDirectory()
+QStringList logs(bool real)
 {
-    const QDir directory(QStringLiteral(MSGFILTER_REALDATA_DIR));
-    return directory.exists() ? directory.absolutePath() : QString();
-}
-
-QStringList filesIn(const QString& directory, const QString& pattern)
-{
+    const QDir directory(real ? QStringLiteral(MSGFILTER_REALDATA_DIR) : testData("tool/logs"));
     QStringList files;
-    const QDir dir(directory);
-    for (const QString& name : dir.entryList({ pattern }, QDir::Files, QDir::Name)) {
-        files.append(dir.filePath(name));
+    for (const QString& name : directory.entryList(
+             { QStringLiteral("*.log"), QStringLiteral("*.rpt") }, QDir::Files, QDir::Name)) {
+        files.append(directory.absoluteFilePath(name));
     }
     return files;
 }
@@ -72,22 +69,23 @@ QByteArray readAll(const QString& path)
     return file.readAll();
 }
 
-std::vector<QByteArray> splitLines(const QByteArray& bytes)
+void writeFile(const QString& path, const QByteArray& bytes)
 {
-    std::vector<QByteArray> lines;
-    int start = 0;
-    while (start < bytes.size()) {
-        int end = bytes.indexOf('\n', start);
-        if (end < 0) {
-            end = bytes.size();
-        }
-        lines.push_back(bytes.mid(start, end - start));
-        start = end + 1;
-    }
-    return lines;
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
+    file.write(bytes);
 }
 
-QString Message::field(const QString& name) const
+std::vector<QByteArray> splitLines(const QByteArray& bytes)
+{
+    QList<QByteArray> lines = bytes.split('\n');
+    if (lines.last().isEmpty()) {
+        lines.removeLast();
+    }
+    return { lines.begin(), lines.end() };
+}
+
+std::string Message::field(const std::string& name) const
 {
     for (const auto& [fieldName, value] : fields) {
         if (fieldName == name) {
@@ -97,44 +95,32 @@ QString Message::field(const QString& name) const
     return {};
 }
 
-std::vector<Message> parseJsonl(const QByteArray& output)
+std::vector<Message> parseJsonl(const std::string& output)
 {
     std::vector<Message> messages;
-    for (const QByteArray& line : splitLines(output)) {
+    for (const QByteArray& line : splitLines(QByteArray::fromStdString(output))) {
         QJsonParseError error {};
-        const QJsonDocument document = QJsonDocument::fromJson(line, &error);
-        if (error.error != QJsonParseError::NoError || !document.isObject()) {
+        const QJsonObject object = QJsonDocument::fromJson(line, &error).object();
+        if (error.error != QJsonParseError::NoError || object.isEmpty()) {
             ADD_FAILURE() << "not a JSON object: " << line.toStdString();
             continue;
         }
-        const QJsonObject object = document.object();
-        Message message;
-        message.file = object.value(QStringLiteral("file")).toString();
-        message.line = static_cast<long long>(object.value(QStringLiteral("line")).toDouble());
-        message.severity = object.value(QStringLiteral("severity")).toString();
-        message.rule = object.value(QStringLiteral("rule")).toString();
-        message.type = object.value(QStringLiteral("type")).toString();
-        message.text = object.value(QStringLiteral("text")).toString();
+        const auto text = [&object](const char* key) {
+            return object.value(QLatin1String(key)).toString().toStdString();
+        };
+        Message message { text("file"),
+            object.value(QStringLiteral("line")).toVariant().toLongLong(), text("severity"),
+            text("rule"), text("type"), text("text"), {} };
         for (const QJsonValue& pair : object.value(QStringLiteral("fields")).toArray()) {
             const QJsonArray nameAndValue = pair.toArray();
             EXPECT_EQ(nameAndValue.size(), 2) << line.toStdString();
-            message.fields.emplace_back(
-                nameAndValue.at(0).toString(), nameAndValue.at(1).toString());
+            message.fields.emplace_back(nameAndValue.at(0).toString().toStdString(),
+                nameAndValue.at(1).toString().toStdString());
         }
         EXPECT_GT(message.line, 0) << line.toStdString();
         messages.push_back(message);
     }
     return messages;
-}
-
-std::map<long long, Message> byLine(const std::vector<Message>& messages)
-{
-    std::map<long long, Message> lines;
-    for (const Message& message : messages) {
-        EXPECT_TRUE(lines.emplace(message.line, message).second)
-            << "line " << message.line << " reported twice";
-    }
-    return lines;
 }
 
 } // namespace toolrunner

@@ -4,57 +4,55 @@
 #include <QString>
 #include <QStringList>
 
-#include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
+// Helpers of the tests that run the built tool, or read the logs it is tested on.
 namespace toolrunner {
 
 /// What one run of the tool left behind.
 struct ToolResult {
     int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
+    std::string out;
+    std::string err;
 };
 
 #ifdef MSGFILTER_TOOL_PATH
-/// Runs the built tool with `arguments`, `input` on its standard input, and without
-/// ZEFA_DATA_PATH, so that only --rules decides which rules it reads.
-ToolResult runTool(const QStringList& arguments, const QByteArray& input = {});
+/// Runs the built tool with `input` on its standard input. ZEFA_DATA_PATH is `dataPath`,
+/// unset when that is empty, so that only --rules or the source tree decides the rules.
+ToolResult runTool(
+    const QStringList& arguments, const QByteArray& input = {}, const QString& dataPath = {});
 #endif
 
-/// A file under tests/data/tool/.
-QString fixture(const QString& relative);
+/// The words of `text`, split at spaces: arguments written short.
+QStringList words(const char* text);
+/// A file under tests/data/.
+QString testData(const char* relative);
 /// The default rules of the source tree.
 QString defaultRules();
-/// The directory of the real logs; empty when it is not there.
-QString realDataDirectory();
-/// Files of a directory matching `pattern`, sorted, with their full paths.
-QStringList filesIn(const QString& directory, const QString& pattern);
-
+/// The real tool logs (none when their directory is missing), or the logs written for
+/// these tests in the same formats.
+QStringList logs(bool real);
 QByteArray readAll(const QString& path);
-/// Lines as the tool counts them: cut at line feeds, the line feed dropped; a last
-/// line without a line feed counts too.
+void writeFile(const QString& path, const QByteArray& bytes);
+/// Lines as the tool counts them: cut at line feeds, which go; a last line without a
+/// line feed counts too.
 std::vector<QByteArray> splitLines(const QByteArray& bytes);
 
 /// One object of the tool's jsonl output.
 struct Message {
-    QString file;
+    std::string file;
     long long line = 0;
-    QString severity;
-    QString rule;
-    QString type;
-    std::vector<std::pair<QString, QString>> fields;
-    QString text;
+    std::string severity, rule, type, text;
+    std::vector<std::pair<std::string, std::string>> fields;
 
-    /// The value of the first field of that name, or a null string.
-    QString field(const QString& name) const;
+    /// The value of the first field of that name; empty when there is none.
+    std::string field(const std::string& name) const;
 };
 
-/// Parses jsonl output; fails the calling test on a line that is not a JSON object of
-/// the expected shape.
-std::vector<Message> parseJsonl(const QByteArray& output);
-/// The messages keyed by line number (one file's output).
-std::map<long long, Message> byLine(const std::vector<Message>& messages);
+/// Parses jsonl output with Qt's JSON classes; fails the calling test on a line that is
+/// not an object of the expected shape.
+std::vector<Message> parseJsonl(const std::string& output);
 
 } // namespace toolrunner
