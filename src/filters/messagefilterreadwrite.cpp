@@ -3,7 +3,6 @@
 #include "store/atomicxmlsave.h"
 #include "store/xmlfileopen.h"
 
-#include <QDebug>
 #include <QFile>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
@@ -44,41 +43,41 @@ MessageFilterReadWrite::~MessageFilterReadWrite() = default;
 
 bool MessageFilterReadWrite::doWrite(const FilterTable& filters, const QString& activeName)
 {
-    const bool saved = saveXmlDocument(m_fileName, [&](QXmlStreamWriter& writer) {
-        writer.writeStartElement(kRootElement);
-        for (auto entry = filters.cbegin(); entry != filters.cend(); ++entry) {
-            const MessageFilter::FilterNode* node = entry.value();
-            writer.writeStartElement(kFilterElement);
-            writer.writeAttribute(kNameAttribute, entry.key());
-            if (entry.key() == activeName)
-                writer.writeAttribute(kActiveAttribute, QString());
+    return saveXmlDocument(
+        m_fileName,
+        [&](QXmlStreamWriter& writer) {
+            writer.writeStartElement(kRootElement);
+            for (auto entry = filters.cbegin(); entry != filters.cend(); ++entry) {
+                const MessageFilter::FilterNode* node = entry.value();
+                writer.writeStartElement(kFilterElement);
+                writer.writeAttribute(kNameAttribute, entry.key());
+                if (entry.key() == activeName)
+                    writer.writeAttribute(kActiveAttribute, QString());
 
-            writer.writeStartElement(kGeneralElement);
-            writer.writeTextElement(
-                kIdElement, node->generalFilter.value(Mask::MaskMessageID).join(kListSeparator));
-            writer.writeTextElement(kSeverityElement,
-                node->generalFilter.value(Mask::MaskSeverity).join(kListSeparator));
-            writer.writeTextElement(kMilestoneElement,
-                node->generalFilter.value(Mask::MaskMilestone).join(kListSeparator));
-            writer.writeEndElement();
+                writer.writeStartElement(kGeneralElement);
+                writer.writeTextElement(kIdElement,
+                    node->generalFilter.value(Mask::MaskMessageID).join(kListSeparator));
+                writer.writeTextElement(kSeverityElement,
+                    node->generalFilter.value(Mask::MaskSeverity).join(kListSeparator));
+                writer.writeTextElement(kMilestoneElement,
+                    node->generalFilter.value(Mask::MaskMilestone).join(kListSeparator));
+                writer.writeEndElement();
 
-            for (MessageNode* record : node->individualFilter) {
-                writer.writeStartElement(kIndividualElement);
-                writer.writeTextElement(kIdElement, record->getMessageID());
-                writer.writeTextElement(kSeverityElement, record->getMessageSeverity());
-                writer.writeTextElement(kMilestoneElement, record->getMessageProcess());
-                const QStringList dynamicData = record->getMessageDynamicData();
-                for (const QString& value : dynamicData)
-                    writer.writeTextElement(kDynamicElement, value);
+                for (MessageNode* record : node->individualFilter) {
+                    writer.writeStartElement(kIndividualElement);
+                    writer.writeTextElement(kIdElement, record->getMessageID());
+                    writer.writeTextElement(kSeverityElement, record->getMessageSeverity());
+                    writer.writeTextElement(kMilestoneElement, record->getMessageProcess());
+                    const QStringList dynamicData = record->getMessageDynamicData();
+                    for (const QString& value : dynamicData)
+                        writer.writeTextElement(kDynamicElement, value);
+                    writer.writeEndElement();
+                }
                 writer.writeEndElement();
             }
             writer.writeEndElement();
-        }
-        writer.writeEndElement();
-    });
-    if (!saved)
-        qDebug() << "Fail to Writing message file" << kLocation << kOpenWriteLine;
-    return saved;
+        },
+        kLocation, kOpenWriteLine);
 }
 
 bool MessageFilterReadWrite::doRead(

@@ -1,5 +1,6 @@
 #include "store/atomicxmlsave.h"
 
+#include <QDebug>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
@@ -53,7 +54,8 @@ bool writeDocument(const QString& path, const std::function<void(QXmlStreamWrite
 
 } // namespace
 
-bool saveXmlDocument(const QString& path, const std::function<void(QXmlStreamWriter&)>& writeBody)
+bool saveXmlDocument(const QString& path, const std::function<void(QXmlStreamWriter&)>& writeBody,
+    const char* location, int failureLine)
 {
     const QString aside = moveAsideIfReadOnly(path);
     const bool saved = writeDocument(path, writeBody);
@@ -63,6 +65,8 @@ bool saveXmlDocument(const QString& path, const std::function<void(QXmlStreamWri
         else
             QFile::rename(aside, path);
     }
+    if (!saved)
+        qDebug() << "Fail to Writing message file" << location << failureLine;
     return saved;
 }
 

@@ -13,7 +13,10 @@ namespace zefa::msg_filter::impl_detail {
 ///
 /// `writeBody` writes the root element and everything under it. Returns false when the
 /// file could not be opened or anything failed on the way (a full disk, a file-size limit);
-/// the previous file is then exactly as it was and no temporary file is left behind.
-bool saveXmlDocument(const QString& path, const std::function<void(QXmlStreamWriter&)>& writeBody);
+/// the previous file is then exactly as it was, no temporary file is left behind, and the
+/// writers' shared one-line diagnostic ("Fail to Writing message file", then `location`
+/// and `failureLine`) is written.
+bool saveXmlDocument(const QString& path, const std::function<void(QXmlStreamWriter&)>& writeBody,
+    const char* location, int failureLine);
 
 } // namespace zefa::msg_filter::impl_detail

@@ -3,7 +3,6 @@
 #include "store/atomicxmlsave.h"
 #include "store/xmlfileopen.h"
 
-#include <QDebug>
 #include <QFile>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
@@ -45,30 +44,30 @@ MessageReadWrite::MessageReadWrite(const QString& fileName, QObject* parent)
 
 bool MessageReadWrite::doWrite(const Buffer& buffer)
 {
-    const bool saved = saveXmlDocument(m_fileName, [&buffer](QXmlStreamWriter& writer) {
-        writer.writeStartElement(kRootElement);
-        for (auto process = buffer.cbegin(); process != buffer.cend(); ++process) {
-            writer.writeStartElement(kTaskElement);
-            writer.writeAttribute(kNameAttribute, process.key());
-            for (MessageNode* node : process.value()) {
-                writer.writeStartElement(kMessageElement);
-                writer.writeTextElement(kIdElement, node->getMessageID().trimmed());
-                writer.writeTextElement(kSeverityElement, node->getMessageSeverity().trimmed());
-                const QStringList dynamicData = node->getMessageDynamicData();
-                for (const QString& value : dynamicData)
-                    writer.writeTextElement(kDynamicElement, value);
-                const QStringList navigationData = node->getMessageNavigationData();
-                for (const QString& value : navigationData)
-                    writer.writeTextElement(kNavigationElement, value);
+    return saveXmlDocument(
+        m_fileName,
+        [&buffer](QXmlStreamWriter& writer) {
+            writer.writeStartElement(kRootElement);
+            for (auto process = buffer.cbegin(); process != buffer.cend(); ++process) {
+                writer.writeStartElement(kTaskElement);
+                writer.writeAttribute(kNameAttribute, process.key());
+                for (MessageNode* node : process.value()) {
+                    writer.writeStartElement(kMessageElement);
+                    writer.writeTextElement(kIdElement, node->getMessageID().trimmed());
+                    writer.writeTextElement(kSeverityElement, node->getMessageSeverity().trimmed());
+                    const QStringList dynamicData = node->getMessageDynamicData();
+                    for (const QString& value : dynamicData)
+                        writer.writeTextElement(kDynamicElement, value);
+                    const QStringList navigationData = node->getMessageNavigationData();
+                    for (const QString& value : navigationData)
+                        writer.writeTextElement(kNavigationElement, value);
+                    writer.writeEndElement();
+                }
                 writer.writeEndElement();
             }
             writer.writeEndElement();
-        }
-        writer.writeEndElement();
-    });
-    if (!saved)
-        qDebug() << "Fail to Writing message file" << kLocation << kOpenWriteLine;
-    return saved;
+        },
+        kLocation, kOpenWriteLine);
 }
 
 bool MessageReadWrite::doRead(Buffer& buffer, std::vector<std::unique_ptr<MessageNode>>& released)
