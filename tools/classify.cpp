@@ -1,15 +1,19 @@
 // msgfilter classify: feeds tool output through ZefaMsgFilter and prints each line
-// the rules recognise, with its severity, rule and fields.
+// the rules recognise, with its severity, rule and fields. msgfilter report classifies
+// the same way and writes the messages as one HTML page.
 
 #include "commandline.h"
 #include "commands.h"
+#include "htmlreport.h"
 #include "rulesselection.h"
 #include "severity.h"
 #include "terminal.h"
 
 #include <msgfilter/msgfilter.h>
 
+#include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -24,7 +28,8 @@ namespace zefa::msg_filter::tool {
 
 namespace {
 
-const char* const kCommand = "classify";
+const char* const kClassify = "classify";
+const char* const kReport = "report";
 
 const QString kHelp = QStringLiteral(
     "Usage: msgfilter classify [OPTIONS] [FILE...]\n"
@@ -55,13 +60,35 @@ const QString kHelp = QStringLiteral(
     "Exit status: 0 success, 1 a line at or above --fail-on, 2 usage error or an\n"
     "input or rule file that cannot be read.\n");
 
+const QString kReportHelp = QStringLiteral(
+    "Usage: msgfilter report [OPTIONS] --output FILE [FILE...]\n"
+    "\n"
+    "Classifies each line of the files (standard input without files or for '-')\n"
+    "as 'msgfilter classify' does and writes the messages as one HTML page: counts\n"
+    "per severity, a chart per input file, the most frequent message ids, and a table\n"
+    "of every message to filter, group by id, sort and link to. The page is one file\n"
+    "that loads nothing from anywhere.\n"
+    "\n"
+    "Options:\n"
+    "  --output FILE         The page to write (required).\n"
+    "  --rules PATH          Rule file, or a directory holding enginemsg.xml\n"
+    "                        (default: the rules the library loads).\n"
+    "  --target NAME         Target device family (default: fpga).\n"
+    "  --engine NAME         Engine whose rules apply (default: default).\n"
+    "  --fail-on SEVERITY    Exit with 1 when a line is at or above SEVERITY\n"
+    "                        (error, warning or info); the page is written anyway.\n"
+    "  -h, --help            Show this help.\n"
+    "\n"
+    "Exit status: 0 success, 1 a line at or above --fail-on, 2 usage error, an input\n"
+    "or rule file that cannot be read, or a page that cannot be written.\n");
+
 // Input is read, and handed to the filter, in pieces of this size.
 constexpr qint64 kChunkBytes = 256 * 1024;
 // The filter keeps every result it ever produced; a fresh filter takes over after
 // this many lines so that memory stays flat on long inputs.
 constexpr size_t kLinesPerFilter = 50000;
 
-enum class Format { Text, Jsonl };
+enum class Format { Text, Jsonl, Html };
 
 struct Options {
     QString rules;
@@ -71,6 +98,7 @@ struct Options {
     std::optional<Severity> failOn;
     bool color = false;
     QStringList inputs;
+    QString output;
 };
 
 using SeverityCounts = std::array<long long, 4>; // indexed by Severity
@@ -88,6 +116,40 @@ QString fromBytes(const std::string& bytes)
     return QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
 }
 
+// The message as the report shows it: the id, text and place the rule cut out (the
+// first field of each name), the whole line when the rule gives no text.
+ReportMessage reportMessageOf(const ZefaMsgFilter::ParsResult& result, Severity severity,
+    const std::string& line, const QString& input, long long lineNumber)
+{
+    ReportMessage message;
+    message.severity = severityName(severity);
+    message.origin = input;
+    message.originLine = lineNumber;
+    bool hasId = false;
+    bool hasText = false;
+    bool hasFile = false;
+    bool hasLine = false;
+    for (const auto& [name, value] : result.fields) {
+        if (!hasId && (name == "tag" || name == "number" || name == "id")) {
+            message.id = fromBytes(value);
+            hasId = true;
+        } else if (!hasText && name == "text" && !value.empty()) {
+            message.text = fromBytes(value);
+            hasText = true;
+        } else if (!hasFile && name == "file") {
+            message.sourceFile = fromBytes(value);
+            hasFile = true;
+        } else if (!hasLine && name == "line") {
+            message.sourceLine = QByteArray::fromStdString(value).toLongLong();
+            hasLine = true;
+        }
+    }
+    if (!hasText) {
+        message.text = fromBytes(line);
+    }
+    return message;
+}
+
 // The line as the user sees it: without its line feed or a carriage return before it.
 std::string withoutLineEnd(const std::string& line)
 {
@@ -101,12 +163,13 @@ std::string withoutLineEnd(const std::string& line)
 /// Classifies the lines of one input and writes what it recognises.
 class InputClassifier {
 public:
-    InputClassifier(
-        const RulesSelection& rules, const Options& options, QString name, Summary& summary)
+    InputClassifier(const RulesSelection& rules, const Options& options, QString name,
+        Summary& summary, HtmlReport* page)
         : m_rules(rules)
         , m_options(options)
         , m_name(std::move(name))
         , m_summary(summary)
+        , m_page(page)
     {
         renewFilter();
     }
@@ -212,6 +275,10 @@ private:
             m_summary.highest = severity;
         }
         const std::string text = withoutLineEnd(result.message);
+        if (m_options.format == Format::Html) {
+            m_page->add(reportMessageOf(result, severity, text, m_name, m_lineNumber));
+            return {};
+        }
         if (m_options.format == Format::Jsonl) {
             QJsonArray fields;
             for (const auto& [name, value] : result.fields) {
@@ -243,6 +310,7 @@ private:
     const Options& m_options;
     const QString m_name;
     Summary& m_summary;
+    HtmlReport* m_page;
     std::unique_ptr<ZefaMsgFilter> m_filter;
     size_t m_consumed = 0;
     long long m_lineNumber = 0;
@@ -250,8 +318,9 @@ private:
     std::map<std::string, std::string> m_ruleTypes;
 };
 
-bool parseOptions(const QStringList& arguments, Options& options, int& status)
+bool parseOptions(const char* command, const QStringList& arguments, Options& options, int& status)
 {
+    const bool report = qstrcmp(command, kReport) == 0;
     QCommandLineParser parser;
     const QCommandLineOption rules(QStringLiteral("rules"), QString(), QStringLiteral("PATH"));
     const QCommandLineOption target(
@@ -264,19 +333,29 @@ bool parseOptions(const QStringList& arguments, Options& options, int& status)
         QStringLiteral("fail-on"), QString(), QStringLiteral("SEVERITY"));
     const QCommandLineOption color(
         QStringLiteral("color"), QString(), QStringLiteral("WHEN"), QStringLiteral("auto"));
-    parser.addOptions({ rules, target, engine, format, failOn, color });
-    if (!parseCommandLine(parser, kCommand, kHelp, arguments, status)) {
+    const QCommandLineOption output(QStringLiteral("output"), QString(), QStringLiteral("FILE"));
+    parser.addOptions({ rules, target, engine, failOn });
+    parser.addOptions(report ? QList<QCommandLineOption> { output }
+                             : QList<QCommandLineOption> { format, color });
+    if (!parseCommandLine(parser, command, report ? kReportHelp : kHelp, arguments, status)) {
         return false;
     }
-    const auto usage = [&status](const QString& message) {
-        reportError(kCommand, message + QStringLiteral(" (run 'msgfilter classify --help')"));
+    const auto usage = [&status, command](const QString& message) {
+        reportError(command,
+            message + QStringLiteral(" (run 'msgfilter %1 --help')").arg(QLatin1String(command)));
         status = kExitFailure;
         return false;
     };
     options.rules = parser.value(rules);
     options.target = parser.value(target);
     options.engine = parser.value(engine);
-    if (parser.value(format) == QLatin1String("jsonl")) {
+    if (report) {
+        options.format = Format::Html;
+        options.output = parser.value(output);
+        if (options.output.isEmpty()) {
+            return usage(QStringLiteral("expects --output FILE"));
+        }
+    } else if (parser.value(format) == QLatin1String("jsonl")) {
         options.format = Format::Jsonl;
     } else if (parser.value(format) != QLatin1String("text")) {
         return usage(QStringLiteral("unknown format '%1'").arg(parser.value(format)));
@@ -289,10 +368,10 @@ bool parseOptions(const QStringList& arguments, Options& options, int& status)
         options.failOn = severity;
     }
     ColorMode mode = ColorMode::Auto;
-    if (!parseColorMode(parser.value(color), mode)) {
+    if (!report && !parseColorMode(parser.value(color), mode)) {
         return usage(QStringLiteral("unknown colour mode '%1'").arg(parser.value(color)));
     }
-    options.color = useColor(mode);
+    options.color = !report && useColor(mode);
     options.inputs = parser.positionalArguments();
     if (options.inputs.isEmpty()) {
         options.inputs.append(QStringLiteral("-"));
@@ -300,13 +379,13 @@ bool parseOptions(const QStringList& arguments, Options& options, int& status)
     return true;
 }
 
-bool openInput(const QString& name, QFile& file)
+bool openInput(const char* command, const QString& name, QFile& file)
 {
     const bool opened = name == QLatin1String("-")
         ? file.open(stdin, QIODevice::ReadOnly)
         : (file.setFileName(name), file.open(QIODevice::ReadOnly));
     if (!opened) {
-        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(name, file.errorString()));
+        reportError(command, QStringLiteral("cannot read '%1': %2").arg(name, file.errorString()));
     }
     return opened;
 }
@@ -352,40 +431,69 @@ QString summaryText(const Summary& summary, bool color)
 
 } // namespace
 
-int runClassify(const QStringList& arguments)
+namespace {
+
+// The page's description of the run: what was classified, with which rules, and when.
+ReportRun describeRun(const Options& options, const RulesSelection& rules, const Summary& summary)
+{
+    QStringList names;
+    for (const QString& input : options.inputs) {
+        names.append(input == QLatin1String("-") ? QStringLiteral("standard input")
+                                                 : QFileInfo(input).fileName());
+    }
+    ReportRun run;
+    run.title = QStringLiteral("Messages of %1").arg(names.join(QStringLiteral(", ")));
+    run.subtitle =
+        QStringLiteral("%1 lines classified with the rules of engine '%2', target "
+                       "'%3'; written %4")
+            .arg(summary.lines)
+            .arg(QString::fromStdString(rules.engineName), QString::fromStdString(rules.targetName),
+                QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyy-MM-dd HH:mm 'UTC'")));
+    run.details.append({ QStringLiteral("Inputs"), options.inputs.join(QStringLiteral(", ")) });
+    run.details.append({ QStringLiteral("Rules"), rules.path });
+    if (summary.ruleWithoutSubRule > 0) {
+        run.details.append({ QStringLiteral("Not classified"),
+            QStringLiteral("%1 lines fit a rule but none of its sub-rules")
+                .arg(summary.ruleWithoutSubRule) });
+    }
+    return run;
+}
+
+int classifyCommand(const char* command, const QStringList& arguments)
 {
     Options options;
     int status = kExitSuccess;
-    if (!parseOptions(arguments, options, status)) {
+    if (!parseOptions(command, arguments, options, status)) {
         return status;
     }
     // Every input must be readable before anything is printed.
     for (const QString& name : options.inputs) {
         QFile file;
-        if (name != QLatin1String("-") && !openInput(name, file)) {
+        if (name != QLatin1String("-") && !openInput(command, name, file)) {
             return kExitFailure;
         }
     }
     RulesSelection rules;
-    if (!selectRules(kCommand, options.rules, options.target, options.engine, rules)) {
+    if (!selectRules(command, options.rules, options.target, options.engine, rules)) {
         return kExitFailure;
     }
     if (rules.usesDefaultEngine) {
-        writeError(QStringLiteral("msgfilter classify: note: the rules in '%1' have no engine "
-                                  "'%2'; using 'default'\n")
-                       .arg(rules.path, options.engine));
+        writeError(QStringLiteral("msgfilter %1: note: the rules in '%2' have no engine "
+                                  "'%3'; using 'default'\n")
+                       .arg(QLatin1String(command), rules.path, options.engine));
     }
 
     Summary summary;
+    HtmlReport page;
     ProgressLine progress;
     const bool outputOnTerminal = isTerminal(stdout);
     for (const QString& name : options.inputs) {
         QFile file;
-        if (!openInput(name, file)) {
+        if (!openInput(command, name, file)) {
             return kExitFailure;
         }
         const qint64 total = file.isSequential() ? 0 : file.size();
-        InputClassifier classifier(rules, options, name, summary);
+        InputClassifier classifier(rules, options, name, summary, &page);
         qint64 done = 0;
         const auto write = [&](const QByteArray& output) {
             if (outputOnTerminal && !output.isEmpty()) {
@@ -407,7 +515,7 @@ int runClassify(const QStringList& arguments)
         if (file.error() != QFileDevice::NoError) {
             progress.clear();
             reportError(
-                kCommand, QStringLiteral("cannot read '%1': %2").arg(name, file.errorString()));
+                command, QStringLiteral("cannot read '%1': %2").arg(name, file.errorString()));
             return kExitFailure;
         }
         write(classifier.finish());
@@ -416,11 +524,28 @@ int runClassify(const QStringList& arguments)
     if (options.format == Format::Text) {
         writeOutput(summaryText(summary, options.color));
     }
+    if (options.format == Format::Html
+        && !writeOutputFile(
+            command, options.output, page.page(describeRun(options, rules, summary)))) {
+        return kExitFailure;
+    }
     std::fflush(stdout);
     if (options.failOn && summary.highest >= *options.failOn) {
         return kExitFindings;
     }
     return kExitSuccess;
+}
+
+} // namespace
+
+int runClassify(const QStringList& arguments)
+{
+    return classifyCommand(kClassify, arguments);
+}
+
+int runReport(const QStringList& arguments)
+{
+    return classifyCommand(kReport, arguments);
 }
 
 } // namespace zefa::msg_filter::tool

@@ -2,6 +2,8 @@
 
 #include "commands.h"
 
+#include <QSaveFile>
+
 #include <cstdio>
 
 namespace zefa::msg_filter::tool {
@@ -36,6 +38,16 @@ void writeOutputBytes(const QByteArray& bytes)
 void reportError(const char* command, const QString& message)
 {
     writeError(QStringLiteral("msgfilter %1: %2\n").arg(QLatin1String(command), message));
+}
+
+bool writeOutputFile(const char* command, const QString& path, const QByteArray& bytes)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        reportError(command, QStringLiteral("cannot write '%1': %2").arg(path, file.errorString()));
+        return false;
+    }
+    return true;
 }
 
 bool parseCommandLine(QCommandLineParser& parser, const char* command, const QString& help,

@@ -16,6 +16,10 @@ void writeOutputBytes(const QByteArray& bytes);
 /// Reports a failure as the single line "msgfilter COMMAND: MESSAGE" on standard error.
 void reportError(const char* command, const QString& message);
 
+/// Writes a whole output file, replacing it only once every byte is written, or reports
+/// why it cannot and returns false.
+bool writeOutputFile(const char* command, const QString& path, const QByteArray& bytes);
+
 /// Parses the arguments that follow a command's name.
 ///
 /// Adds -h/--help to the parser. Returns true when the command should go on. Returns

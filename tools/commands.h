@@ -20,6 +20,7 @@ struct Command {
 };
 
 int runClassify(const QStringList& arguments);
+int runReport(const QStringList& arguments);
 int runCheckRules(const QStringList& arguments);
 int runExplain(const QStringList& arguments);
 int runSession(const QStringList& arguments);

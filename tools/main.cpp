@@ -14,6 +14,7 @@ namespace {
 // commands.h and add one row here; the overview and the dispatch follow the table.
 constexpr tool::Command kCommands[] = {
     { "classify", "classify the lines of tool output", tool::runClassify },
+    { "report", "write the messages of tool output as one HTML page", tool::runReport },
     { "check-rules", "report what a rule file loses or can never match", tool::runCheckRules },
     { "explain", "show how the rules treat one line", tool::runExplain },
     { "run", "replay a recorded tool session through the library", tool::runSession },

@@ -3,6 +3,7 @@
 
 #include "commandline.h"
 #include "commands.h"
+#include "htmlreport.h"
 #include "rulesselection.h"
 #include "sessionreplay.h"
 #include "terminal.h"
@@ -10,6 +11,7 @@
 #include <msgfilter/host/msgcatalogue.h>
 
 #include <QCommandLineParser>
+#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <QTextStream>
@@ -40,6 +42,9 @@ const QString kHelp = QStringLiteral(
     "  --trace               Show the library's debug channel (run-state traces and\n"
     "                        file diagnostics) on standard error.\n"
     "  --color WHEN          Colour severities: auto, always, never (default: auto).\n"
+    "  --report FILE         Also write the stored messages as one HTML page, grouped\n"
+    "                        by implementation and process; messages a filter hides\n"
+    "                        show there as waived.\n"
     "  -h, --help            Show this help.\n"
     "\n"
     "Session lines (words split at blanks; \"double quotes\" group, with \\\" \\\\ \\n \\r \\t\n"
@@ -84,6 +89,20 @@ void reportCatalogueProblems()
     }
 }
 
+bool writeReport(const QString& path, const QString& sessionPath, SessionReplay& replay)
+{
+    HtmlReport page;
+    ReportRun run;
+    run.waivers = replay.addToReport(page);
+    run.title = QStringLiteral("Messages of session %1").arg(QFileInfo(sessionPath).fileName());
+    run.subtitle = QStringLiteral("Replayed through the library on the host substitute; written %1")
+                       .arg(QDateTime::currentDateTimeUtc().toString(
+                           QStringLiteral("yyyy-MM-dd HH:mm 'UTC'")));
+    run.details.append({ QStringLiteral("Session"), sessionPath });
+    run.originLabel = QStringLiteral("Process");
+    return writeOutputFile(kCommand, path, page.page(run));
+}
+
 } // namespace
 
 int runSession(const QStringList& arguments)
@@ -94,9 +113,11 @@ int runSession(const QStringList& arguments)
     const QCommandLineOption formatOption(
         QStringLiteral("format"), QString(), QStringLiteral("FORMAT"), QStringLiteral("text"));
     const QCommandLineOption traceOption(QStringLiteral("trace"));
+    const QCommandLineOption reportOption(
+        QStringLiteral("report"), QString(), QStringLiteral("FILE"));
     const QCommandLineOption colorOption(
         QStringLiteral("color"), QString(), QStringLiteral("WHEN"), QStringLiteral("auto"));
-    parser.addOptions({ rulesOption, formatOption, traceOption, colorOption });
+    parser.addOptions({ rulesOption, formatOption, traceOption, colorOption, reportOption });
     parser.addPositionalArgument(QStringLiteral("SESSION"), QString());
     int status = kExitSuccess;
     if (!parseCommandLine(parser, kCommand, kHelp, arguments, status)) {
@@ -162,13 +183,15 @@ int runSession(const QStringList& arguments)
         replay.writeText(out, useColor(colorMode));
     }
     writeOutput(report);
+    const bool written =
+        !parser.isSet(reportOption) || writeReport(parser.value(reportOption), sessionPath, replay);
     qInstallMessageHandler(previous);
 
     if (failed) {
         writeError(QStringLiteral("%1:%2: %3\n").arg(sessionPath).arg(lineNumber).arg(failure));
         return kExitFailure;
     }
-    return kExitSuccess;
+    return written ? kExitSuccess : kExitFailure;
 }
 
 } // namespace zefa::msg_filter::tool

@@ -1,5 +1,6 @@
 #include "sessionreplay.h"
 
+#include "htmlreport.h"
 #include "severity.h"
 #include "terminal.h"
 
@@ -693,6 +694,29 @@ void SessionReplay::writeJsonLines(QTextStream& out)
     object.insert(QStringLiteral("kind"), QStringLiteral("total"));
     line(object);
     out.flush();
+}
+
+bool SessionReplay::addToReport(HtmlReport& page)
+{
+    bool hidden = false;
+    for (const ProcessReport& process : buildReport()) {
+        for (const Entry& entry : process.entries) {
+            if (entry.node == nullptr) {
+                continue;
+            }
+            ReportMessage message;
+            message.severity = entry.node->getMessageSeverity();
+            message.id = entry.node->getMessageID();
+            message.text = messageText(entry.node);
+            // The navigation arguments are where the message points to.
+            message.sourceFile = entry.node->getMessageNavigationData().join(QStringLiteral(", "));
+            message.origin = process.implementation + QStringLiteral(" / ") + process.process;
+            message.state = entry.visible ? QString() : QStringLiteral("waived");
+            hidden = hidden || !entry.visible;
+            page.add(message);
+        }
+    }
+    return hidden;
 }
 
 } // namespace zefa::msg_filter::tool

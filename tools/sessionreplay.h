@@ -19,6 +19,8 @@ class MessageObject;
 
 namespace zefa::msg_filter::tool {
 
+class HtmlReport;
+
 /// Replays a recorded tool session, one line at a time, through the library on the host
 /// substitute, and reports what the host's message view would show.
 ///
@@ -42,6 +44,9 @@ public:
     void writeText(QTextStream& out, bool color = false);
     /// The same as one JSON object per line.
     void writeJsonLines(QTextStream& out);
+    /// The stored messages, by implementation and process, for a report page; one
+    /// that the active filter hides counts as waived. Returns whether a filter hid any.
+    bool addToReport(HtmlReport& page);
 
 private:
     struct PlainLine {
