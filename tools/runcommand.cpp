@@ -100,6 +100,7 @@ bool writeReport(const QString& path, const QString& sessionPath, SessionReplay&
                            QStringLiteral("yyyy-MM-dd HH:mm 'UTC'")));
     run.details.append({ QStringLiteral("Session"), sessionPath });
     run.originLabel = QStringLiteral("Process");
+    run.originsAreFiles = false;
     return writeOutputFile(kCommand, path, page.page(run));
 }
 

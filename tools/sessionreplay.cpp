@@ -708,8 +708,11 @@ bool SessionReplay::addToReport(HtmlReport& page)
             message.severity = entry.node->getMessageSeverity();
             message.id = entry.node->getMessageID();
             message.text = messageText(entry.node);
-            // The navigation arguments are where the message points to.
-            message.sourceFile = entry.node->getMessageNavigationData().join(QStringLiteral(", "));
+            // The navigation arguments say where the message points to: a file, then
+            // its line.
+            const QStringList navigation = entry.node->getMessageNavigationData();
+            message.sourceFile = navigation.value(0);
+            message.sourceLine = navigation.value(1).toLongLong();
             message.origin = process.implementation + QStringLiteral(" / ") + process.process;
             message.state = entry.visible ? QString() : QStringLiteral("waived");
             hidden = hidden || !entry.visible;

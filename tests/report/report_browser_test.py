@@ -8,7 +8,7 @@ filter, the severity toggles, grouping, sorting and permalinks leave visible aga
 an independent reading of the jsonl. A page must load nothing and run no text of a log.
 
     report_browser_test.py --tool build/tools/msgfilter --rules data/enginemsg.xml \
-        --realdata ../shared/realdata --output build/tests/report/browser
+        --realdata ../shared/realdata --examples examples --output build/tests/report/browser
 
 Exits with 77 (skipped) when Chromium, its driver or Selenium is missing.
 """
@@ -183,11 +183,13 @@ class ReportPage:
         raise AssertionError("no toggle " + label)
 
     def requests(self):
-        """The URLs the page asked for since the browser started."""
+        """The URLs asked for since the log was last read, but for the browser's own
+        pages (a new tab loads chrome:// resources at start-up)."""
         urls = []
         for entry in self.driver.get_log("performance"):
             message = json.loads(entry["message"])["message"]
-            if message["method"] == "Network.requestWillBeSent":
+            if message["method"] == "Network.requestWillBeSent" and not message["params"].get(
+                    "documentURL", "").startswith(("chrome:", "about:")):
                 urls.append(message["params"]["request"]["url"])
         return urls
 
@@ -343,6 +345,35 @@ class ReportBrowserTest(unittest.TestCase):
         self.assertIn("<b>top<i>.log", self.driver.title)
         self.expect_self_contained(page, path)
 
+    def test_a_replayed_session_shows_its_processes_and_what_filters_hid_as_waived(self):
+        # The replay writes beside its session: a copy keeps the sources clean.
+        directory = tempfile.mkdtemp(prefix="msgfilter-report-session-")
+        examples = os.path.join(directory, "examples")
+        shutil.copytree(ARGS.examples, examples)
+        session = os.path.join(examples, "two-implementations.session")
+        path = os.path.join(ARGS.output, "session.html")
+        records = [json.loads(line) for line in filter(None, run_tool(
+            "run", "--format", "jsonl", "--report", path, session).stdout.split("\n"))]
+        shutil.rmtree(directory)
+        shown = [r for r in records if r["kind"] == "message"]
+        total = next(r for r in records if r["kind"] == "total")
+        self.driver.get_log("performance")
+        page = ReportPage(self.driver, path)
+
+        self.assertEqual(page.card("messages"), str(
+            total["Error"] + total["Warning"] + total["Info"] + total["other"] - total["hidden"]))
+        self.assertEqual(page.card("waived"), str(total["hidden"]))
+        self.assertGreater(total["hidden"], 0)
+        # Waived messages start hidden: the table shows what the run's own view shows.
+        page.show_rows("5000")
+        self.assertEqual(page.status(), len(shown))
+        self.assertEqual([(cells[1], cells[2], cells[4], cells[6].split("|")[0]) for cells in page.rows()],
+                         [(r["severity"], r["id"], r["text"],
+                           r["implementation"] + " / " + r["process"]) for r in shown])
+        self.driver.find_element(By.XPATH, "//div[@id='state-toggles']/button[starts-with(., 'waived')]").click()
+        page.wait_for_status(len(shown) + total["hidden"])
+        self.expect_self_contained(page, path)
+
 
 def main():
     global ARGS
@@ -350,6 +381,7 @@ def main():
     parser.add_argument("--tool", required=True)
     parser.add_argument("--rules", required=True)
     parser.add_argument("--realdata", required=True)
+    parser.add_argument("--examples", required=True)
     parser.add_argument("--output", required=True)
     ARGS, rest = parser.parse_known_args()
     if webdriver is None or find_browser() is None or shutil.which("chromedriver") is None:

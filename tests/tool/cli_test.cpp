@@ -19,7 +19,7 @@ TEST(Help, EveryCommandExplainsItselfOnStandardOutput)
     const std::pair<const char*, const char*> rows[] = { { "--help", "COMMAND" },
         { "help", "COMMAND" }, { "classify --help", "classify" },
         { "classify -h missing.log", "classify" }, { "check-rules --help", "check-rules" },
-        { "explain --help", "explain" }, { "run --help", "run" } };
+        { "explain --help", "explain" }, { "run --help", "run" }, { "report --help", "report" } };
     for (const auto& [arguments, command] : rows) {
         SCOPED_TRACE(arguments);
         const ToolResult result = runTool(words(arguments));
@@ -34,10 +34,11 @@ TEST(Errors, BadUsageAndUnusableFilesExitWithTwoAndOneLine)
 {
     QTemporaryDir directory;
     // In a row, %M stands for a missing file, %L for a log, %B and %W for rules that do
-    // not load (an XML error, a wrong root element).
+    // not load (an XML error, a wrong root element), %D for a writable folder.
     const auto expand = [&directory](const QString& text) {
         return QString(text)
             .replace(QStringLiteral("%M"), directory.filePath(QStringLiteral("missing.log")))
+            .replace(QStringLiteral("%D"), directory.path())
             .replace(QStringLiteral("%L"), testData("tool/logs/keyword-pnr.log"))
             .replace(QStringLiteral("%B"), testData("tool/rules/broken.xml"))
             .replace(QStringLiteral("%W"), testData("tool/rules/wrong-root.xml"));
@@ -61,6 +62,10 @@ TEST(Errors, BadUsageAndUnusableFilesExitWithTwoAndOneLine)
         { "explain --rules %M x", "msgfilter explain: cannot read rules '%M'" },
         { "run", "msgfilter run: expects one SESSION file" },
         { "run %M", "msgfilter run: cannot read %M" },
+        { "report %L", "msgfilter report: expects --output FILE" },
+        { "report --format jsonl --output %D/r.html %L", "Unknown option 'format'" },
+        { "report --output %D/r.html %M", "msgfilter report: cannot read '%M'" },
+        { "report --output %D/no/r.html %L", "msgfilter report: cannot write '%D/no/r.html'" },
     };
     for (const auto& [arguments, message] : rows) {
         SCOPED_TRACE(arguments);
