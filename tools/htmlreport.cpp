@@ -82,6 +82,11 @@ QString number(long long value)
     return value < 0 ? QLatin1Char('-') + digits : digits;
 }
 
+QString messageCount(long long count)
+{
+    return number(count) + (count == 1 ? QStringLiteral(" message") : QStringLiteral(" messages"));
+}
+
 QString coordinate(double value)
 {
     return QString::number(value, 'f', 1);
@@ -180,9 +185,9 @@ QString fixedList(const ReportRun& run)
     if (!run.baseline || run.fixed.isEmpty()) {
         return {};
     }
-    QString html = QStringLiteral("<details class=\"panel\" id=\"fixed\"><summary>%1 messages of "
-                                  "the baseline are gone</summary><table class=\"top\"><tbody>")
-                       .arg(number(run.fixed.size()));
+    QString html = QStringLiteral("<details class=\"panel\" id=\"fixed\"><summary>%1 of the "
+                                  "baseline gone</summary><table class=\"top\"><tbody>")
+                       .arg(messageCount(run.fixed.size()));
     for (int index = 0; index < std::min<int>(kFixedShown, run.fixed.size()); ++index) {
         const ReportMessage& message = run.fixed[index];
         html += QStringLiteral("<tr><td>%1</td>%2%3%4</tr>")
@@ -405,9 +410,9 @@ QString HtmlReport::chartAlongLog() const
     svg += QStringLiteral("<text class=\"total\" x=\"0\" y=\"%1\">line 1</text>"
                           "<text class=\"total\" x=\"%2\" y=\"%1\" text-anchor=\"end\">"
                           "line %3</text><text class=\"total\" x=\"%4\" y=\"%1\" "
-                          "text-anchor=\"middle\">highest bar: %5 messages</text></svg>")
+                          "text-anchor=\"middle\">highest bar: %5</text></svg>")
                .arg(coordinate(labels), coordinate(kChartWidth), number(lastLine),
-                   coordinate(kChartWidth / 2), number(largest));
+                   coordinate(kChartWidth / 2), messageCount(largest));
     return svg + legend();
 }
 
@@ -478,10 +483,12 @@ QByteArray HtmlReport::data(const ReportRun& run) const
         return *found;
     };
     QJsonArray messages;
-    bool states = false;
+    bool waived = false;
+    bool compared = false;
     for (const ReportMessage& message : m_messages) {
         const int state = std::max(0, static_cast<int>(kStates.indexOf(message.state)));
-        states = states || state > 0;
+        waived = waived || isWaived(message);
+        compared = compared || (state > 0 && !isWaived(message));
         messages.append(QJsonArray {
             severityIndex(message.severity),
             message.id,
@@ -503,7 +510,9 @@ QByteArray HtmlReport::data(const ReportRun& run) const
         { QStringLiteral("severities"), severities },
         { QStringLiteral("classes"), classes },
         { QStringLiteral("states"), QJsonArray::fromStringList(kStates) },
-        { QStringLiteral("hasStates"), states || run.baseline || run.waivers },
+        { QStringLiteral("hasStates"), waived || compared || run.baseline || run.waivers },
+        { QStringLiteral("baseline"), compared || run.baseline },
+        { QStringLiteral("waivers"), waived || run.waivers },
         { QStringLiteral("originLabel"), run.originLabel },
         { QStringLiteral("originsAreFiles"), run.originsAreFiles },
         { QStringLiteral("files"), files },

@@ -708,11 +708,16 @@ bool SessionReplay::addToReport(HtmlReport& page)
             message.severity = entry.node->getMessageSeverity();
             message.id = entry.node->getMessageID();
             message.text = messageText(entry.node);
-            // The navigation arguments say where the message points to: a file, then
-            // its line.
+            // A message points to a place when its navigation arguments start with a
+            // file and a line; those of an older-format line are the rule's fields,
+            // which may be a tag or a text instead.
             const QStringList navigation = entry.node->getMessageNavigationData();
-            message.sourceFile = navigation.value(0);
-            message.sourceLine = navigation.value(1).toLongLong();
+            bool isLine = false;
+            const long long line = navigation.value(1).toLongLong(&isLine);
+            if (isLine && line > 0) {
+                message.sourceFile = navigation.value(0);
+                message.sourceLine = line;
+            }
             message.origin = process.implementation + QStringLiteral(" / ") + process.process;
             message.state = entry.visible ? QString() : QStringLiteral("waived");
             hidden = hidden || !entry.visible;

@@ -260,9 +260,8 @@
   }
 
   // Filters changed: recompute the matching messages and show their first page. The
-  // time it takes is left in the page's performance timeline as "report-apply".
-  function apply() {
-    const start = performance.now();
+  // time it took since `start` is left in the page's timeline as "report-apply".
+  function apply(start = performance.now()) {
     matching = ordered.filter(passes);
     if (view.grouped) buildGroups();
     view.page = 0;
@@ -295,8 +294,10 @@
   const severityButtons = data.severities.map((name, severity) =>
     toggle(byId("severity-toggles"), name, severityCounts[severity], data.classes[severity], true,
       (on) => { view.severities[severity] = on; }));
+  // New and known mean something against a baseline only, waived with waivers only.
+  const stateShown = (name) => (name === "waived" ? data.waivers : name !== "" && data.baseline);
   const stateButtons = data.states.map((name, state) =>
-    name && data.hasStates
+    stateShown(name)
       ? toggle(byId("state-toggles"), name, stateCounts[state], "state", view.states[state],
           (on) => { view.states[state] = on; })
       : null);
@@ -333,13 +334,14 @@
   head.addEventListener("click", (event) => {
     const cell = event.target.closest("th");
     if (!cell) return;
+    const start = performance.now();
     const sort = view.grouped ? view.groupSort : view.sort;
     const key = cell.dataset.sort;
     sort.direction = sort.key === key ? -sort.direction : key === "count" ? -1 : 1;
     sort.key = key;
     if (!view.grouped) sortMessages();
     renderHead();
-    apply();
+    apply(start);
   });
   rows.addEventListener("click", (event) => {
     const row = event.target.closest("tr.group");
