@@ -207,6 +207,7 @@
     const row = element("tr", "group");
     row.title = "Show the messages of this id";
     row.dataset.id = group.id;
+    row.tabIndex = 0;
     row.append(element("td"));
     row.cells[0].append(badge(group.severity));
     row.append(group.id ? element("td", "id", group.id) : element("td", "id none", "(no id)"));
@@ -347,12 +348,19 @@
     const row = event.target.closest("tr.group");
     if (row) showId(row.dataset.id);
   });
+  rows.addEventListener("keydown", (event) => {
+    const row = event.target.closest("tr.group");
+    if (row && event.key === "Enter") showId(row.dataset.id);
+  });
   for (const link of document.querySelectorAll("[data-id]")) {
     if (link.closest("#rows")) continue;
     link.addEventListener("click", () => showId(link.dataset.id));
   }
   document.addEventListener("keydown", (event) => {
-    if (event.key === "/" && document.activeElement !== filterInput) {
+    if (event.key === "Escape" && document.activeElement === filterInput && filterInput.value) {
+      filterInput.value = "";
+      filterInput.dispatchEvent(new Event("input"));
+    } else if (event.key === "/" && document.activeElement !== filterInput) {
       event.preventDefault();
       filterInput.focus();
     }
