@@ -3,6 +3,8 @@
 
 #include "commandline.h"
 #include "commands.h"
+#include "formats/sessionjsonlreport.h"
+#include "formats/sessiontextreport.h"
 #include "rulesselection.h"
 #include "sessionreplay.h"
 #include "terminal.h"
@@ -133,8 +135,10 @@ int runSession(const QStringList& arguments)
     // The rules are loaded before the first handler asks for them; the engine side
     // classifies with the "fpga" target and its engines.
     RulesSelection rules;
-    if (!selectRules(kCommand, parser.value(rulesOption), QStringLiteral("fpga"),
-            QStringLiteral("default"), rules)) {
+    QString error;
+    if (!selectRules(parser.value(rulesOption), QStringLiteral("fpga"), QStringLiteral("default"),
+            rules, error)) {
+        reportError(kCommand, error);
         return kExitFailure;
     }
 
@@ -144,22 +148,14 @@ int runSession(const QStringList& arguments)
     SessionReplay replay(QFileInfo(sessionPath).absoluteDir());
     int lineNumber = 0;
     QString failure;
-    bool failed = false;
-    while (!failed && !session.atEnd()) {
-        ++lineNumber;
-        QString line = QString::fromLatin1(session.readLine());
-        if (line.endsWith(QLatin1Char('\n'))) {
-            line.chop(1);
-        }
-        failed = !replay.execute(line, failure);
-    }
+    const bool failed = !replay.executeAll(session, lineNumber, failure);
 
     QString report;
     QTextStream out(&report);
     if (format == QLatin1String("jsonl")) {
-        replay.writeJsonLines(out);
+        writeSessionJsonLines(out, replay.report());
     } else {
-        replay.writeText(out, useColor(colorMode));
+        writeSessionText(out, replay.report(), useColor(colorMode));
     }
     writeOutput(report);
     qInstallMessageHandler(previous);

@@ -33,8 +33,8 @@ QString defaultRulesPath();
 /// default rules. The library only reads a file named "enginemsg.xml" from its data
 /// directory, so any other file name is loaded through a copy of that name. On failure
 /// (unreadable file, rules that do not load, unknown target, unknown engine without a
-/// "default" engine) reports one line naming the file and returns false.
-bool selectRules(const char* command, const QString& rulesPath, const QString& target,
-    const QString& engine, RulesSelection& selection);
+/// "default" engine) returns false with one sentence naming the file in `error`.
+bool selectRules(const QString& rulesPath, const QString& target, const QString& engine,
+    RulesSelection& selection, QString& error);
 
 } // namespace zefa::msg_filter::tool

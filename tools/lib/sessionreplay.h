@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sessionreport.h"
 #include "sessionscript.h"
 
 #include <QDir>
@@ -10,7 +11,7 @@
 #include <QStringList>
 #include <QVector>
 
-class QTextStream;
+class QIODevice;
 
 namespace zefa::msg_filter {
 class MessageNode;
@@ -29,6 +30,11 @@ class SessionReplay : public QObject {
     Q_OBJECT
 
 public:
+    /// One session command: its word, what it expects (for the message when a line
+    /// does not fit), the range of its argument count (-1: no upper bound) and what
+    /// carries it out.
+    struct Command;
+
     /// Relative paths in the session are taken relative to `sessionDirectory`.
     explicit SessionReplay(const QDir& sessionDirectory, QObject* parent = nullptr);
     ~SessionReplay() override;
@@ -37,39 +43,52 @@ public:
     /// or one that cannot be carried out. Nothing of the line is done then.
     bool execute(const QString& line, QString& error);
 
-    /// The report for people: stored messages the catalogue would show and the
-    /// unrecognised lines, grouped by implementation and process, then a summary.
-    void writeText(QTextStream& out, bool color = false);
-    /// The same as one JSON object per line.
-    void writeJsonLines(QTextStream& out);
+    /// Runs the lines of a session file (read as Latin-1) up to its end or the first
+    /// line that fails; then `lineNumber` is that line's number (from 1) and `error`
+    /// the reason.
+    bool executeAll(QIODevice& session, int& lineNumber, QString& error);
+
+    /// Stored messages the catalogue would show and the unrecognised lines, grouped by
+    /// implementation and process.
+    SessionReport report();
+
+    /// The table of session commands, in the order of the session help.
+    static const QVector<Command>& commands();
 
 private:
+    struct Call;
+
+    bool openProject(const Call& call);
+    bool addImplementation(const Call& call);
+    bool setDefault(const Call& call);
+    bool addCatalogueEntry(const Call& call);
+    bool publishTask(const Call& call);
+    bool publishProcess(const Call& call);
+    bool publishEngine(const Call& call);
+    bool publishProject(const Call& call);
+    bool publishImplement(const Call& call);
+    bool output(const Call& call);
+    bool write(const Call& call);
+    bool feed(const Call& call);
+    bool saveFilter(const Call& call);
+    bool activateFilter(const Call& call);
+    bool deleteFilter(const Call& call);
+    bool openLog(const Call& call);
+    bool saveLog(const Call& call);
+
+    bool runCommand(const QString& line, const QVector<SessionWord>& words, QString& error);
+    bool publishOutput(const QString& implementation, const QByteArray& text);
+    void watchNewObjects();
+    void onPlainLine(const QString& line);
+    void noteProcess(const QString& implementation, const QString& process);
+    QString path(const QString& name) const;
+
     struct PlainLine {
         QString implementation;
         QString process;
         QString text;
         quint64 sequence = 0;
     };
-    struct Entry {
-        quint64 sequence = 0;
-        zefa::msg_filter::MessageNode* node = nullptr; // null for a plain line
-        QString plain;
-        bool visible = true;
-    };
-    struct ProcessReport {
-        QString implementation;
-        QString process;
-        QVector<Entry> entries;
-    };
-
-    bool runCommand(const QString& line, const QVector<SessionWord>& words, QString& error);
-    bool publishOutput(const QString& implementation, const QByteArray& text);
-    bool saveFilter(const QVector<SessionWord>& words, QString& error);
-    void watchNewObjects();
-    void onPlainLine(const QString& line);
-    void noteProcess(const QString& implementation, const QString& process);
-    QString path(const QString& name) const;
-    QVector<ProcessReport> buildReport();
 
     QDir m_sessionDirectory;
     QString m_publishingFor;
@@ -84,8 +103,12 @@ private:
     QHash<QString, QHash<QString, QString>> m_milestones; // implementation: task to milestone
 };
 
-/// The text a person reads for a stored message: its display string, or its dynamic
-/// arguments when the catalogue has no template for its id.
-QString messageText(zefa::msg_filter::MessageNode* node);
+struct SessionReplay::Command {
+    const char* name;
+    const char* usage;
+    int minArguments;
+    int maxArguments;
+    bool (SessionReplay::*run)(const Call& call);
+};
 
 } // namespace zefa::msg_filter::tool

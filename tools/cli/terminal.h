@@ -1,7 +1,6 @@
 #pragma once
 
 #include "commandline.h"
-#include "severity.h"
 
 #include <QElapsedTimer>
 #include <QString>
@@ -16,9 +15,6 @@ bool isTerminal(std::FILE* stream);
 /// Whether output to standard output gets colour: "always", "never", or with "auto"
 /// only on a terminal, unless NO_COLOR is set or TERM is "dumb".
 bool useColor(ColorMode mode);
-
-/// `text` in the colour of the severity (an ANSI escape), or unchanged without colour.
-QString colored(const QString& text, Severity severity, bool color);
 
 /// A progress line on standard error for inputs that take a while.
 ///

@@ -1,7 +1,5 @@
 #include "rulesselection.h"
 
-#include "commandline.h"
-
 #include <msgfilter/host/basesystem.h>
 #include <msgfilter/msgfilter.h>
 
@@ -22,8 +20,8 @@ QString defaultRulesPath()
     return zefa::pelno::BaseSystem::getDataPath().path() + QLatin1Char('/') + kRulesFileName;
 }
 
-bool selectRules(const char* command, const QString& rulesPath, const QString& target,
-    const QString& engine, RulesSelection& selection)
+bool selectRules(const QString& rulesPath, const QString& target, const QString& engine,
+    RulesSelection& selection, QString& error)
 {
     // Holds the copy of a differently named rule file until the library has read it;
     // the library never reads the file again once it loaded.
@@ -35,8 +33,7 @@ bool selectRules(const char* command, const QString& rulesPath, const QString& t
     }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        reportError(
-            command, QStringLiteral("cannot read rules '%1': %2").arg(path, file.errorString()));
+        error = QStringLiteral("cannot read rules '%1': %2").arg(path, file.errorString());
         return false;
     }
     file.close();
@@ -46,10 +43,9 @@ bool selectRules(const char* command, const QString& rulesPath, const QString& t
         if (info.fileName() != kRulesFileName) {
             if (!copyDirectory.isValid()
                 || !QFile::copy(path, copyDirectory.path() + QLatin1Char('/') + kRulesFileName)) {
-                reportError(command,
-                    QStringLiteral("cannot read rules '%1': no temporary copy "
-                                   "could be made")
-                        .arg(path));
+                error = QStringLiteral("cannot read rules '%1': no temporary copy "
+                                       "could be made")
+                            .arg(path);
                 return false;
             }
             directory = copyDirectory.path();
@@ -60,18 +56,16 @@ bool selectRules(const char* command, const QString& rulesPath, const QString& t
     selection.path = path;
     selection.rules = impl_detail::ZefaMsgParserEngin::getMsgParserEngin();
     if (!selection.rules->isInitialized()) {
-        reportError(command,
-            QStringLiteral("the rules in '%1' do not load (run 'msgfilter "
-                           "check-rules %1')")
-                .arg(path));
+        error = QStringLiteral("the rules in '%1' do not load (run 'msgfilter "
+                               "check-rules %1')")
+                    .arg(path);
         return false;
     }
     selection.targetName = target.toStdString();
     selection.engineName = engine.toStdString();
     selection.target = selection.rules->getTarget(selection.targetName);
     if (selection.target == nullptr) {
-        reportError(
-            command, QStringLiteral("the rules in '%1' have no target '%2'").arg(path, target));
+        error = QStringLiteral("the rules in '%1' have no target '%2'").arg(path, target);
         return false;
     }
     selection.engine = selection.target->getEngine(selection.engineName);
@@ -79,10 +73,9 @@ bool selectRules(const char* command, const QString& rulesPath, const QString& t
         selection.engine = selection.target->getEngine("default");
         selection.usesDefaultEngine = true;
         if (selection.engine == nullptr) {
-            reportError(command,
-                QStringLiteral("the rules in '%1' have neither an engine '%2' "
-                               "nor an engine 'default' for target '%3'")
-                    .arg(path, engine, target));
+            error = QStringLiteral("the rules in '%1' have neither an engine '%2' "
+                                   "nor an engine 'default' for target '%3'")
+                        .arg(path, engine, target);
             return false;
         }
     }

@@ -1,16 +1,13 @@
-// msgfilter explain: shows, for one line, what every rule of the engine makes of it,
-// which rule wins, which of its sub-rules fires and what fields it cuts out.
+#include "lineexplanation.h"
 
-#include "commandline.h"
-#include "commands.h"
 #include "common/regexpattern.h"
+#include "displaytext.h"
 #include "rulesselection.h"
 #include "severity.h"
 
 #include <msgfilter/msgfilter.h>
 
 #include <algorithm>
-#include <string>
 #include <vector>
 
 namespace zefa::msg_filter::tool {
@@ -20,34 +17,12 @@ namespace {
 using impl_detail::RegexPattern;
 using impl_detail::ZefaMsgParserRule;
 
-const char* const kCommand = "explain";
-
-const QString kHelp = QStringLiteral(
-    "Usage: msgfilter explain [OPTIONS] LINE\n"
-    "\n"
-    "Shows how the rules of one engine treat LINE: every rule with the position and\n"
-    "length of its match, the rule chosen (the longest match; on equal length the name\n"
-    "that sorts first), the first of its sub-rules that matches, and the fields it\n"
-    "cuts out.\n"
-    "\n"
-    "Options:\n"
-    "  --rules PATH     Rule file, or a directory holding enginemsg.xml\n"
-    "                   (default: the rules the library loads).\n"
-    "  --target NAME    Target device family (default: fpga).\n"
-    "  --engine NAME    Engine whose rules apply (default: default).\n"
-    "  --no-newline     Match LINE as it is. By default a line feed is added, as the\n"
-    "                   stand-alone filter sees each line; the engine-side handler\n"
-    "                   sees lines without it.\n"
-    "  -h, --help       Show this help.\n"
-    "\n"
-    "Exit status: 0 success, 2 usage error or a rule file that cannot be used.\n");
-
 // Shows control characters, so that a line feed at the end is visible.
-QString quoted(const std::string& bytes)
+QString quoted(const QString& decoded)
 {
     QString text = QStringLiteral("\"");
-    for (const char byte : bytes) {
-        switch (byte) {
+    for (const QChar character : decoded) {
+        switch (character.unicode()) {
         case '\n':
             text += QStringLiteral("\\n");
             break;
@@ -64,13 +39,14 @@ QString quoted(const std::string& bytes)
             text += QStringLiteral("\\\\");
             break;
         default:
-            text += QChar::fromLatin1(byte);
+            text += character;
         }
     }
     return text + QLatin1Char('"');
 }
 
-QString fromBytes(const std::string& bytes)
+// The rules match 8-bit text as Latin-1.
+QString matchText(const std::string& bytes)
 {
     return QString::fromLatin1(bytes.data(), static_cast<int>(bytes.size()));
 }
@@ -78,8 +54,8 @@ QString fromBytes(const std::string& bytes)
 // Where a rule's own pattern matches: the engine reports only the length.
 int matchPosition(const std::string& pattern, const std::string& line)
 {
-    return RegexPattern(fromBytes(pattern))
-        .search(fromBytes(line), 0, RegexPattern::Captures::Skip)
+    return RegexPattern(matchText(pattern))
+        .search(matchText(line), 0, RegexPattern::Captures::Skip)
         .position;
 }
 
@@ -104,7 +80,7 @@ QString ruleTable(const std::vector<RuleRow>& rows, const ZefaMsgParserRule* cho
         }
     }
     for (const RuleRow& row : rows) {
-        QString line = QStringLiteral("  %1  ").arg(fromBytes(row.name), -width);
+        QString line = QStringLiteral("  %1  ").arg(displayText(row.name), -width);
         if (row.rule == nullptr) {
             line += QStringLiteral("(no FilterRule of this name: never matches)");
         } else if (row.length < 0) {
@@ -125,42 +101,12 @@ QString ruleTable(const std::vector<RuleRow>& rows, const ZefaMsgParserRule* cho
 
 } // namespace
 
-int runExplain(const QStringList& arguments)
+QString explainLine(const RulesSelection& rules, const std::string& line)
 {
-    QCommandLineParser parser;
-    const QCommandLineOption rulesOption(
-        QStringLiteral("rules"), QString(), QStringLiteral("PATH"));
-    const QCommandLineOption targetOption(
-        QStringLiteral("target"), QString(), QStringLiteral("NAME"), QStringLiteral("fpga"));
-    const QCommandLineOption engineOption(
-        QStringLiteral("engine"), QString(), QStringLiteral("NAME"), QStringLiteral("default"));
-    const QCommandLineOption noNewline(QStringLiteral("no-newline"), QString());
-    parser.addOptions({ rulesOption, targetOption, engineOption, noNewline });
-    parser.addPositionalArgument(QStringLiteral("LINE"), QStringLiteral("the line to explain"));
-    int status = kExitSuccess;
-    if (!parseCommandLine(parser, kCommand, kHelp, arguments, status)) {
-        return status;
-    }
-    if (parser.positionalArguments().size() != 1) {
-        reportError(kCommand,
-            QStringLiteral("needs exactly one LINE (run 'msgfilter explain "
-                           "--help')"));
-        return kExitFailure;
-    }
-    RulesSelection rules;
-    if (!selectRules(kCommand, parser.value(rulesOption), parser.value(targetOption),
-            parser.value(engineOption), rules)) {
-        return kExitFailure;
-    }
-    // Arguments arrive in the locale's encoding; the rules work on the bytes.
-    std::string line = parser.positionalArguments().constFirst().toLocal8Bit().toStdString();
-    if (!parser.isSet(noNewline)) {
-        line += '\n';
-    }
-
-    QString text = QStringLiteral("Line:    %1\n").arg(quoted(line));
+    const LineDecoder decode(line);
+    QString text = QStringLiteral("Line:    %1\n").arg(quoted(decode.line()));
     text += QStringLiteral("Rules:   %1, target '%2', engine '%3'%4\n")
-                .arg(rules.path, fromBytes(rules.targetName), fromBytes(rules.engineName),
+                .arg(rules.path, displayText(rules.targetName), displayText(rules.engineName),
                     rules.usesDefaultEngine ? QStringLiteral(" (unknown: 'default' stands in)")
                                             : QString());
 
@@ -181,11 +127,10 @@ int runExplain(const QStringList& arguments)
 
     if (chosen == nullptr) {
         text += QStringLiteral("\nChosen:  none; the line is plain text\n");
-        writeOutput(text);
-        return kExitSuccess;
+        return text;
     }
     text += QStringLiteral("\nChosen:  %1 (type '%2')\n")
-                .arg(fromBytes(chosen->getName()), fromBytes(chosen->getType()));
+                .arg(displayText(chosen->getName()), displayText(chosen->getType()));
 
     std::string subType;
     std::string subId;
@@ -196,8 +141,7 @@ int runExplain(const QStringList& arguments)
         text += QStringLiteral("Sub-rule: none of its %1 sub-rules matches; the line gets no "
                                "message type and no fields\n")
                     .arg(subRules.size());
-        writeOutput(text);
-        return kExitSuccess;
+        return text;
     }
     // The first sub-rule whose pattern matches is the one that fired.
     size_t fired = 0;
@@ -205,13 +149,13 @@ int runExplain(const QStringList& arguments)
         ++fired;
     }
     const QString label = fired < subRules.size() && !subRules[fired].name.empty()
-        ? QStringLiteral(" '%1'").arg(fromBytes(subRules[fired].name))
+        ? QStringLiteral(" '%1'").arg(displayText(subRules[fired].name))
         : QString();
     text += QStringLiteral("Sub-rule: #%1%2 of %3, type '%4', id '%5', matched at position %6\n")
                 .arg(fired + 1)
                 .arg(label)
                 .arg(subRules.size())
-                .arg(fromBytes(subType), fromBytes(subId))
+                .arg(decode(subType), decode(subId))
                 .arg(position);
     int width = 0;
     for (const auto& field : fields) {
@@ -219,7 +163,8 @@ int runExplain(const QStringList& arguments)
     }
     text += QStringLiteral("Fields:\n");
     for (const auto& [name, value] : fields) {
-        text += QStringLiteral("  %1  %2\n").arg(fromBytes(name), -width).arg(quoted(value));
+        text +=
+            QStringLiteral("  %1  %2\n").arg(displayText(name), -width).arg(quoted(decode(value)));
     }
     std::string typeForSeverity = subType;
     if (chosen->getName() == "new-message") {
@@ -231,8 +176,7 @@ int runExplain(const QStringList& arguments)
         }
     }
     text += QStringLiteral("Severity: %1\n").arg(severityName(severityOfType(typeForSeverity)));
-    writeOutput(text);
-    return kExitSuccess;
+    return text;
 }
 
 } // namespace zefa::msg_filter::tool

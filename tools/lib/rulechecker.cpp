@@ -1,13 +1,7 @@
-// msgfilter check-rules: reads a rule file the way the library does and reports,
-// with line and column, everything the library would drop without a word or could
-// never match.
+#include "rulechecker.h"
 
-#include "commandline.h"
-#include "commands.h"
 #include "common/regexpattern.h"
-#include "rulesselection.h"
 
-#include <QFile>
 #include <QXmlStreamReader>
 
 #include <algorithm>
@@ -16,7 +10,6 @@
 #include <map>
 #include <set>
 #include <utility>
-#include <vector>
 
 namespace zefa::msg_filter::tool {
 
@@ -24,35 +17,8 @@ namespace {
 
 using impl_detail::RegexPattern;
 
-const char* const kCommand = "check-rules";
-
-const QString kHelp = QStringLiteral(
-    "Usage: msgfilter check-rules [PATH]\n"
-    "\n"
-    "Reads a rule file (by default the one the library loads) and reports, as\n"
-    "PATH:LINE:COLUMN: message, everything the library drops silently or can never\n"
-    "match: XML errors, a wrong root element, elements without their required\n"
-    "attributes, unknown elements and attributes, duplicate names, Rule names with no\n"
-    "FilterRule, rules no engine uses, invalid regular expressions, and sub-rules that\n"
-    "name more fields than their pattern has capture groups.\n"
-    "\n"
-    "Options:\n"
-    "  -h, --help   Show this help.\n"
-    "\n"
-    "Exit status: 0 nothing found, 1 findings, 2 the file cannot be read.\n");
-
-struct Position {
-    qint64 line = 0;
-    qint64 column = 0;
-};
-
-struct Finding {
-    Position at;
-    QString message;
-};
-
 // Where a name was first defined, to point back to it from a duplicate.
-using Definitions = std::map<QString, Position>;
+using Definitions = std::map<QString, FilePosition>;
 
 /// One pass over the file with the library's grammar, collecting findings.
 ///
@@ -96,10 +62,10 @@ public:
         checkReferences();
     }
 
-    std::vector<Finding> takeFindings()
+    std::vector<RuleFinding> takeFindings()
     {
         std::stable_sort(
-            m_findings.begin(), m_findings.end(), [](const Finding& a, const Finding& b) {
+            m_findings.begin(), m_findings.end(), [](const RuleFinding& a, const RuleFinding& b) {
                 return a.at.line != b.at.line ? a.at.line < b.at.line : a.at.column < b.at.column;
             });
         return std::move(m_findings);
@@ -114,7 +80,7 @@ private:
     struct Reference {
         QString name;
         QString engine;
-        Position at;
+        FilePosition at;
     };
 
     QXmlStreamReader::TokenType next()
@@ -124,7 +90,7 @@ private:
         return m_reader.readNext();
     }
 
-    Position positionOf(qint64 offset) const
+    FilePosition positionOf(qint64 offset) const
     {
         auto after = std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), offset);
         const qint64 lineIndex = (after - m_lineStarts.begin()) - 1;
@@ -134,7 +100,7 @@ private:
     // The "<" of the current start tag. The reader may have taken that "<" already
     // (to end the text before it), or may not report the white space before it (outside
     // the root element): the tag begins at the first "<" from one character back.
-    Position elementPosition() const
+    FilePosition elementPosition() const
     {
         const int tag = m_text.indexOf(
             QLatin1Char('<'), static_cast<int>(std::max<qint64>(m_tokenStart - 1, 0)));
@@ -143,7 +109,7 @@ private:
 
     // The position of an attribute's name inside the current start tag, or of the tag
     // itself when the attribute is not written there.
-    Position attributePosition(const QString& attribute) const
+    FilePosition attributePosition(const QString& attribute) const
     {
         const qint64 end = std::min<qint64>(m_reader.characterOffset(), m_text.size());
         qint64 from = std::max<qint64>(m_tokenStart - 1, 0);
@@ -165,7 +131,7 @@ private:
         return elementPosition();
     }
 
-    void add(Position at, const QString& message) { m_findings.push_back({ at, message }); }
+    void add(FilePosition at, const QString& message) { m_findings.push_back({ at, message }); }
 
     // Reports attributes outside `known`: a misspelt "reg_patten" is the classic case.
     void checkAttributes(const char* element, std::initializer_list<const char*> known)
@@ -295,7 +261,7 @@ private:
     void readRuleReference(const QString& engine, Definitions& listed)
     {
         checkAttributes("Rule", { "name" });
-        const Position at = elementPosition();
+        const FilePosition at = elementPosition();
         const QXmlStreamAttributes attributes = m_reader.attributes();
         if (!attributes.hasAttribute(QStringLiteral("name"))) {
             add(at, QStringLiteral("Rule without a name is ignored"));
@@ -394,7 +360,7 @@ private:
     // `fieldCount` is the number of named fields of a sub-rule, -1 for a rule pattern.
     void checkPattern(const QString& pattern, const QString& owner, int fieldCount)
     {
-        const Position at = attributePosition(QStringLiteral("reg_patten"));
+        const FilePosition at = attributePosition(QStringLiteral("reg_patten"));
         // The library hands patterns over as 8-bit text; check what it will really see.
         const RegexPattern expression(QString::fromLatin1(pattern.toLatin1()));
         if (!expression.isValid()) {
@@ -439,7 +405,7 @@ private:
     QString m_text;
     std::vector<qint64> m_lineStarts;
     qint64 m_tokenStart = 0;
-    std::vector<Finding> m_findings;
+    std::vector<RuleFinding> m_findings;
     Definitions m_targets;
     Definitions m_filterRules;
     std::vector<Reference> m_references;
@@ -447,33 +413,24 @@ private:
 
 } // namespace
 
-int runCheckRules(const QStringList& arguments)
+RuleCheck checkRules(const QByteArray& data)
 {
-    QCommandLineParser parser;
-    parser.addPositionalArgument(QStringLiteral("PATH"), QStringLiteral("rule file"));
-    int status = kExitSuccess;
-    if (!parseCommandLine(parser, kCommand, kHelp, arguments, status)) {
-        return status;
-    }
-    const QStringList positional = parser.positionalArguments();
-    if (positional.size() > 1) {
-        reportError(kCommand,
-            QStringLiteral("takes at most one rule file, got %1 "
-                           "(run 'msgfilter check-rules --help')")
-                .arg(positional.size()));
-        return kExitFailure;
-    }
-    const QString path = positional.isEmpty() ? defaultRulesPath() : positional.first();
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(path, file.errorString()));
-        return kExitFailure;
-    }
-    DefinitionChecker checker(file.readAll());
+    DefinitionChecker checker(data);
     checker.run();
-    const std::vector<Finding> findings = checker.takeFindings();
+    RuleCheck check;
+    check.findings = checker.takeFindings();
+    check.targets = checker.targets;
+    check.engines = checker.engines;
+    check.rules = checker.rules;
+    check.subRules = checker.subRules;
+    return check;
+}
+
+QString ruleCheckReport(const QString& path, const RuleCheck& check)
+{
+    const std::vector<RuleFinding>& findings = check.findings;
     QString report;
-    for (const Finding& finding : findings) {
+    for (const RuleFinding& finding : findings) {
         report += QStringLiteral("%1:%2:%3: %4\n")
                       .arg(path)
                       .arg(finding.at.line)
@@ -484,18 +441,17 @@ int runCheckRules(const QStringList& arguments)
         report += QStringLiteral("%1: no findings (%2 targets, %3 engines, %4 rules, %5 "
                                  "sub-rules)\n")
                       .arg(path)
-                      .arg(checker.targets)
-                      .arg(checker.engines)
-                      .arg(checker.rules)
-                      .arg(checker.subRules);
+                      .arg(check.targets)
+                      .arg(check.engines)
+                      .arg(check.rules)
+                      .arg(check.subRules);
     } else {
         report += QStringLiteral("%1: %2 finding%3\n")
                       .arg(path)
                       .arg(findings.size())
                       .arg(findings.size() == 1 ? QString() : QStringLiteral("s"));
     }
-    writeOutput(report);
-    return findings.empty() ? kExitSuccess : kExitFindings;
+    return report;
 }
 
 } // namespace zefa::msg_filter::tool
