@@ -152,18 +152,22 @@ private:
     void skipElement(bool report)
     {
         const QString parent = m_reader.name().toString();
+        // Counted, not recursed into: a file may nest elements as deep as it likes.
+        long long depth = 0;
         while (!m_reader.atEnd()) {
             const QXmlStreamReader::TokenType token = next();
             if (token == QXmlStreamReader::EndElement) {
-                return;
-            }
-            if (token == QXmlStreamReader::StartElement) {
-                if (report) {
+                if (depth == 0) {
+                    return;
+                }
+                --depth;
+            } else if (token == QXmlStreamReader::StartElement) {
+                if (report && depth == 0) {
                     add(elementPosition(),
                         QStringLiteral("element '%1' inside '%2' is ignored")
                             .arg(m_reader.name().toString(), parent));
                 }
-                skipElement(false);
+                ++depth;
             }
         }
     }

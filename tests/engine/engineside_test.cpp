@@ -3,6 +3,7 @@
 // come out.
 
 #include "engine/engineeventlistener.h"
+#include "hostevents.h"
 
 #include <msgfilter/host/host.h>
 #include <msgfilter/msgfilter.h>
@@ -14,7 +15,6 @@
 #include <cstdlib>
 #include <list>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -28,26 +28,11 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// Publishes one record, written as "CATEGORY ACTION IMPLEMENTATION [FIRST [REST]]": FIRST is
-// a task's status code, a process's milestone, an engine's task or a message's kind; REST,
-// everything after it, a process's task, an engine's name or a message's text.
+// Publishes one record, written as "CATEGORY ACTION IMPLEMENTATION [FIRST [REST]]", the
+// way the session replay publishes its lines.
 long publish(const std::string& words)
 {
-    std::istringstream in(words);
-    std::string category, action, implementation, first, rest;
-    in >> category >> action >> implementation >> first;
-    std::getline(in.ignore(1), rest, '\0');
-    const PELNO_EVENT_HEADER header { category, action, implementation };
-    PELNO_EVENT_OBJ plain { header };
-    PELNO_TASK_EVENT_OBJ task { { header }, std::atoi(first.c_str()) };
-    PELNO_PROCESS_EVENT_OBJ process { { header }, first, rest };
-    PELNO_ENGINE_EVENT_OBJ engine { { header }, first, rest };
-    PELNO_MESSAGE_EVENT_OBJ message { { header }, std::atoi(first.c_str()), rest };
-    return PublishEvent(category == "task" ? &task
-            : category == "process"        ? &process
-            : category == "engine"         ? &engine
-            : category == "Message"        ? static_cast<PELNO_EVENT_OBJ*>(&message)
-                                           : &plain);
+    return zefa::msg_filter::tool::publishHostEvent(words);
 }
 
 std::string joined(const QStringList& items, char separator = ';')
