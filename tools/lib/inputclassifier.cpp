@@ -41,7 +41,8 @@ InputClassifier::~InputClassifier() = default;
 
 QByteArray InputClassifier::feed(const QByteArray& chunk)
 {
-    m_partial.append(chunk);
+    // The filter takes C strings: a NUL byte would end the text early.
+    m_partial.append(QByteArray(chunk).replace('\0', ""));
     const int lastLineFeed = m_partial.lastIndexOf('\n');
     if (lastLineFeed < 0) {
         return {};
@@ -72,13 +73,11 @@ void InputClassifier::feedAll(QIODevice& input,
 {
     qint64 done = 0;
     while (true) {
-        QByteArray chunk = input.read(kChunkBytes);
+        const QByteArray chunk = input.read(kChunkBytes);
         if (chunk.isEmpty()) {
             return;
         }
         done += chunk.size();
-        // The filter takes C strings: a NUL byte would end the text early.
-        chunk.replace('\0', "");
         written(feed(chunk), done);
     }
 }

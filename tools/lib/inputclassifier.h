@@ -32,8 +32,9 @@ public:
     InputClassifier(const InputClassifier&) = delete;
     InputClassifier& operator=(const InputClassifier&) = delete;
 
-    /// Classifies every complete line of `chunk`; a trailing partial line waits for
-    /// the next chunk. Returns the format's output for these lines.
+    /// Classifies every complete line of `chunk`, without its NUL bytes; a trailing
+    /// partial line waits for the next chunk. Returns the format's output for these
+    /// lines.
     QByteArray feed(const QByteArray& chunk);
 
     /// Classifies the last line when it has no line feed.
