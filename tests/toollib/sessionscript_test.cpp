@@ -1,6 +1,7 @@
 // The session line splitter: blanks, quotes anywhere in a word, escapes only inside
 // quotes, comment lines, and the offsets a command uses to take the rest of the line.
 
+#include "displaytext.h"
 #include "sessionscript.h"
 
 #include <QStringList>
@@ -9,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+using zefa::msg_filter::tool::quoted;
 using zefa::msg_filter::tool::SessionWord;
 using zefa::msg_filter::tool::splitSessionLine;
 
@@ -79,5 +81,19 @@ INSTANTIATE_TEST_SUITE_P(Rows, SplitSessionLine,
         SplitRow { "backslash_ends_the_line_in_quotes", QStringLiteral("write a \"x\\"), {}, {},
             QStringLiteral("a backslash ends the line inside quotes") }),
     [](const testing::TestParamInfo<SplitRow>& info) { return std::string(info.param.name); });
+
+// What explain shows in quotes, a session line reads back as the same word.
+TEST(SplitSessionLine, ReadsQuotedTextBackAsOneWord)
+{
+    for (const QString& text : { QString(), QStringLiteral("two  words"),
+             QStringLiteral("# \"x\" \\ \n\r\t end"), QStringLiteral("caf\u00e9\\") }) {
+        QVector<SessionWord> words;
+        QString error;
+        ASSERT_TRUE(splitSessionLine(QStringLiteral("write a ") + quoted(text), words, error))
+            << error.toStdString();
+        ASSERT_EQ(words.size(), 3);
+        EXPECT_EQ(words[2].text, text);
+    }
+}
 
 } // namespace

@@ -35,6 +35,33 @@ QString displayText(const std::string& bytes)
     return displayText(bytes.data(), bytes.size());
 }
 
+QString quoted(const QString& text)
+{
+    QString result = QStringLiteral("\"");
+    for (const QChar character : text) {
+        switch (character.unicode()) {
+        case '\n':
+            result += QStringLiteral("\\n");
+            break;
+        case '\r':
+            result += QStringLiteral("\\r");
+            break;
+        case '\t':
+            result += QStringLiteral("\\t");
+            break;
+        case '"':
+            result += QStringLiteral("\\\"");
+            break;
+        case '\\':
+            result += QStringLiteral("\\\\");
+            break;
+        default:
+            result += character;
+        }
+    }
+    return result + QLatin1Char('"');
+}
+
 LineDecoder::LineDecoder(const std::string& line)
     : m_utf8(decodesAsUtf8(line.data(), line.size(), m_line))
 {

@@ -15,6 +15,11 @@ namespace zefa::msg_filter::tool {
 QString displayText(const char* bytes, std::size_t size);
 QString displayText(const std::string& bytes);
 
+/// `text` in double quotes with \" \\ \n \r \t for the quote, the backslash and the
+/// control characters that would otherwise hide (a line feed at the end of a line): as
+/// explain shows a line and its fields, and as a session file writes a word.
+QString quoted(const QString& text);
+
 /// Decodes the parts of one line (its rule's name, its fields) the way the whole line
 /// decodes, so that a field cut out of a Latin-1 line stays Latin-1 even where its own
 /// bytes happen to be valid UTF-8.

@@ -17,34 +17,6 @@ namespace {
 using impl_detail::RegexPattern;
 using impl_detail::ZefaMsgParserRule;
 
-// Shows control characters, so that a line feed at the end is visible.
-QString quoted(const QString& decoded)
-{
-    QString text = QStringLiteral("\"");
-    for (const QChar character : decoded) {
-        switch (character.unicode()) {
-        case '\n':
-            text += QStringLiteral("\\n");
-            break;
-        case '\r':
-            text += QStringLiteral("\\r");
-            break;
-        case '\t':
-            text += QStringLiteral("\\t");
-            break;
-        case '"':
-            text += QStringLiteral("\\\"");
-            break;
-        case '\\':
-            text += QStringLiteral("\\\\");
-            break;
-        default:
-            text += character;
-        }
-    }
-    return text + QLatin1Char('"');
-}
-
 // The rules match 8-bit text as Latin-1.
 QString matchText(const std::string& bytes)
 {
