@@ -1,4 +1,5 @@
-#include "rules/asciistring.h"
+#include "common/latin1.h"
+#include "common/linesplitter.h"
 
 #include <msgfilter/zefamsgfilter.h>
 #include <msgfilter/zefamsgparserengin.h>
@@ -6,10 +7,12 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <utility>
 
 namespace zefa::msg_filter {
 
 using impl_detail::FindBestMatchRule;
+using impl_detail::LineSplitter;
 using impl_detail::ZefaEnginMsgParser;
 using impl_detail::ZefaMsgParserEngin;
 using impl_detail::ZefaMsgParserRule;
@@ -30,7 +33,7 @@ std::string argumentValue(const QString& piece)
         && value.endsWith(QLatin1Char('"'))) {
         value = value.mid(1, value.size() - 2).trimmed();
     }
-    return impl_detail::toStdString(value);
+    return impl_detail::toLatin1(value);
 }
 
 } // namespace
@@ -133,16 +136,16 @@ bool ZefaMsgFilter::endFilter()
 
 bool ZefaMsgFilter::filterMessage(const char* text)
 {
+    // The pending text is the rest of the last split, so it holds no line feed and is not
+    // searched again.
+    const std::string::size_type searched = m_pending.size();
     m_pending.append(text);
-    // Walks the complete lines with an offset and drops them in one go at the end, so a
-    // chunk of many lines costs its length once rather than once per line.
-    std::string::size_type lineStart = 0;
-    std::string::size_type newline;
-    while ((newline = m_pending.find('\n', lineStart)) != std::string::npos) {
-        flushMessage(m_pending.substr(lineStart, newline + 1 - lineStart));
-        lineStart = newline + 1;
+    LineSplitter<std::string> lines(std::move(m_pending), searched);
+    std::string line;
+    while (lines.takeLine(line)) {
+        flushMessage(line);
     }
-    m_pending.erase(0, lineStart);
+    m_pending = lines.takeRest();
     return !m_results.empty();
 }
 
@@ -205,11 +208,11 @@ void ZefaMsgFilter::parseNewMessage(const std::vector<std::pair<std::string, std
         if (name == "id") {
             id = value;
         } else if (name == "dynamic") {
-            dynamicCount = impl_detail::toQString(value).toInt(nullptr, 10);
+            dynamicCount = impl_detail::fromLatin1(value).toInt(nullptr, 10);
         } else if (name == "navigation") {
-            navigationCount = impl_detail::toQString(value).toInt(nullptr, 10);
+            navigationCount = impl_detail::fromLatin1(value).toInt(nullptr, 10);
         } else if (name == "args") {
-            argumentText = impl_detail::toQString(value).trimmed();
+            argumentText = impl_detail::fromLatin1(value).trimmed();
         }
     }
     if (argumentText.isEmpty()) {

@@ -1,7 +1,7 @@
 #include "rules/zefamsgfilterdefreader.h"
 
+#include "common/latin1.h"
 #include "common/regexpattern.h"
-#include "rules/asciistring.h"
 
 #include <msgfilter/host/basesystem.h>
 #include <msgfilter/zefamsgparserengin.h>
@@ -156,7 +156,7 @@ bool ZefaMsgFilterDefReader::readTargetDeviceDef(ZefaMsgParserEngin* engine)
         skipUnExpectedElement();
         return false;
     }
-    const std::string key = toStdString(targetName);
+    const std::string key = toLatin1(targetName);
     const auto [inserted, target] = engine->addDeviceTarget(key, ZefaMsgTarget(key));
     if (!inserted) {
         // The first definition of a family stands; a second one is not merged into it.
@@ -174,7 +174,7 @@ bool ZefaMsgFilterDefReader::readEngineDef(ZefaMsgTarget* target)
         skipUnExpectedElement();
         return false;
     }
-    const std::string key = toStdString(engineName);
+    const std::string key = toLatin1(engineName);
     const auto [inserted, parser] = target->addEnginParsser(key, ZefaEnginMsgParser(key));
     if (!inserted) {
         skipUnExpectedElement();
@@ -188,7 +188,7 @@ bool ZefaMsgFilterDefReader::addRuleforEngine(ZefaEnginMsgParser* parser)
 {
     QString ruleName;
     if (findAttribute(attributes(), kNameAttribute, &ruleName)) {
-        parser->addRule(toStdString(ruleName));
+        parser->addRule(toLatin1(ruleName));
     }
     skipUnExpectedElement();
     return true;
@@ -206,9 +206,9 @@ bool ZefaMsgFilterDefReader::readFilterRule(ZefaMsgParserEngin* engine)
         skipUnExpectedElement();
         return false;
     }
-    const std::string key = toStdString(ruleName);
-    const auto [inserted, rule] = engine->addMsgFilterRule(
-        key, ZefaMsgParserRule(key, toStdString(type), toStdString(pattern)));
+    const std::string key = toLatin1(ruleName);
+    const auto [inserted, rule] =
+        engine->addMsgFilterRule(key, ZefaMsgParserRule(key, toLatin1(type), toLatin1(pattern)));
     if (!inserted) {
         // The first definition of a name stands, sub-rules included.
         skipUnExpectedElement();
@@ -232,13 +232,13 @@ bool ZefaMsgFilterDefReader::readSubRuleDef(ZefaMsgParserRule* rule)
     if (findAttribute(subAttributes, kTypeAttribute, &type)
         && findAttribute(subAttributes, kPatternAttribute, &pattern)) {
         ZefaMsgParserRule::SubRule sub;
-        sub.name = toStdString(label);
-        sub.type = toStdString(type);
-        sub.id = toStdString(id);
-        sub.reg_patten = toStdString(pattern);
+        sub.name = toLatin1(label);
+        sub.type = toLatin1(type);
+        sub.id = toLatin1(id);
+        sub.reg_patten = toLatin1(pattern);
         const QStringList names = fieldSeparator().splitSkippingEmpty(fieldList);
         for (const QString& name : names) {
-            sub.fields.push_back(toStdString(name));
+            sub.fields.push_back(toLatin1(name));
         }
         rule->addSubRule(sub);
     }
