@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace zefa::msg_filter {
@@ -38,10 +39,13 @@ std::string argumentValue(const QString& piece)
 
 } // namespace
 
-// Non-owning pointers into the rule engine, which outlives every filter.
 struct ZefaMsgFilter::FilterState {
+    // Non-owning pointers into the rule engine, which outlives every filter.
     ZefaMsgTarget* target = nullptr;
     ZefaEnginMsgParser* engine = nullptr;
+    // What the start, end and filter calls answer; results handed over by takeResults()
+    // still count.
+    bool recordedAny = false;
 };
 
 ZefaMsgFilter::ZefaMsgFilter()
@@ -114,14 +118,14 @@ bool ZefaMsgFilter::startFilter(const char* target)
     // The unterminated rest is classified but kept: later output continues that line.
     flushMessage(m_pending);
     setTarget(target);
-    return !m_results.empty();
+    return m_state->recordedAny;
 }
 
 bool ZefaMsgFilter::startEngin(const char* engine)
 {
     flushMessage(m_pending);
     setEngine(engine);
-    return !m_results.empty();
+    return m_state->recordedAny;
 }
 
 bool ZefaMsgFilter::endFilter()
@@ -131,22 +135,27 @@ bool ZefaMsgFilter::endFilter()
     m_state->target = nullptr;
     m_engineName.clear();
     m_state->engine = nullptr;
-    return !m_results.empty();
+    return m_state->recordedAny;
 }
 
 bool ZefaMsgFilter::filterMessage(const char* text)
 {
+    return filterMessage(text, std::strlen(text));
+}
+
+bool ZefaMsgFilter::filterMessage(const char* text, std::size_t size)
+{
     // The pending text is the rest of the last split, so it holds no line feed and is not
     // searched again.
     const std::string::size_type searched = m_pending.size();
-    m_pending.append(text);
+    m_pending.append(text, size);
     LineSplitter<std::string> lines(std::move(m_pending), searched);
     std::string line;
     while (lines.takeLine(line)) {
         flushMessage(line);
     }
     m_pending = lines.takeRest();
-    return !m_results.empty();
+    return m_state->recordedAny;
 }
 
 void ZefaMsgFilter::flushMessage(const std::string& line)
@@ -176,6 +185,7 @@ void ZefaMsgFilter::flushMessage(const std::string& line)
         }
     }
     m_results.push_back(std::move(result));
+    m_state->recordedAny = true;
 }
 
 bool ZefaMsgFilter::getNextResult(ParsResult& result)
@@ -190,6 +200,11 @@ bool ZefaMsgFilter::getNextResult(ParsResult& result)
 const std::deque<ZefaMsgFilter::ParsResult>& ZefaMsgFilter::getResults() const
 {
     return m_results;
+}
+
+std::deque<ZefaMsgFilter::ParsResult> ZefaMsgFilter::takeResults()
+{
+    return std::exchange(m_results, {});
 }
 
 void ZefaMsgFilter::writeLogFile(const std::string& /*text*/) { }
