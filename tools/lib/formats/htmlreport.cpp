@@ -53,7 +53,8 @@ constexpr double kTotalWidth = 60;
 constexpr double kRowHeight = 26;
 constexpr double kBarHeight = 16;
 constexpr int kLabelCharacters = 30;
-constexpr int kAlongBins = 40;
+constexpr int kAlongBins = 60;
+constexpr double kAlongWidth = 1200;
 constexpr double kAlongHeight = 150;
 constexpr double kAlongPlot = 124;
 
@@ -376,10 +377,10 @@ QString HtmlReport::chartAlongLog() const
         }
         largest = std::max(largest, total);
     }
-    const double slot = kChartWidth / static_cast<double>(bins);
-    QString svg = QStringLiteral("<svg class=\"chart\" viewBox=\"0 0 %1 %2\" role=\"img\" "
+    const double slot = kAlongWidth / static_cast<double>(bins);
+    QString svg = QStringLiteral("<svg class=\"chart along\" viewBox=\"0 0 %1 %2\" role=\"img\" "
                                  "aria-label=\"Messages along the log, by severity\">")
-                      .arg(coordinate(kChartWidth), coordinate(kAlongHeight));
+                      .arg(coordinate(kAlongWidth), coordinate(kAlongHeight));
     for (long long bin = 0; bin < bins; ++bin) {
         const SeverityCounts& binCounts = counts[static_cast<int>(bin)];
         // The lines whose messages fall into this bin.
@@ -420,8 +421,8 @@ QString HtmlReport::chartAlongLog() const
                           "<text class=\"total\" x=\"%2\" y=\"%1\" text-anchor=\"end\">"
                           "line %3</text><text class=\"total\" x=\"%4\" y=\"%1\" "
                           "text-anchor=\"middle\">highest bar: %5</text></svg>")
-               .arg(coordinate(labels), coordinate(kChartWidth), number(lastLine),
-                   coordinate(kChartWidth / 2), messageCount(largest));
+               .arg(coordinate(labels), coordinate(kAlongWidth), number(lastLine),
+                   coordinate(kAlongWidth / 2), messageCount(largest));
     return svg + legend();
 }
 
