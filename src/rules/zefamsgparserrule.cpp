@@ -31,7 +31,7 @@ void ZefaMsgParserRule::addSubRule(const SubRule& sub)
 
 int ZefaMsgParserRule::match(const std::string& line) const
 {
-    return m_pattern->search(toQString(line), 0, RegexPattern::Captures::Skip).length;
+    return m_pattern->search(std::string_view(line), 0, RegexPattern::Captures::Skip).length;
 }
 
 int ZefaMsgParserRule::matchSubRule(const std::string& line, std::string& type, std::string& id,
@@ -40,11 +40,18 @@ int ZefaMsgParserRule::matchSubRule(const std::string& line, std::string& type, 
     if (m_subRules.empty()) {
         return -1;
     }
-    const QString text = toQString(line);
     for (std::size_t index = 0; index < m_subRules.size(); ++index) {
-        const RegexPattern::Match found = m_subPatterns[index]->search(text);
+        const RegexPattern& pattern = *m_subPatterns[index];
+        // Only the winner's groups are wanted: the automaton tells which sub-rule wins and
+        // where, and the groups are read from there.
+        const bool screened = pattern.translation().fidelity != TranslatedPattern::Fidelity::None;
+        RegexPattern::Match found = pattern.search(std::string_view(line), 0,
+            screened ? RegexPattern::Captures::Skip : RegexPattern::Captures::Collect);
         if (!found.found()) {
             continue;
+        }
+        if (screened && pattern.captureCount() > 0) {
+            found = pattern.search(std::string_view(line), found.position);
         }
         // First match wins, not best match: the file's order of sub-rules is the priority.
         const SubRule& sub = m_subRules[index];

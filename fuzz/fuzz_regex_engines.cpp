@@ -1,0 +1,317 @@
+// Differential target: the automaton-backed pattern engine against QRegExp alone.
+//
+// The input drives a generator of patterns in the shapes rule files use (classes,
+// escapes, groups, look-ahead, alternation, quantifiers, anchors, Latin-1 bytes, line
+// feeds) and of lines over the same characters. Every search must give the same
+// position, length and captured texts on both engines, from any start offset and on
+// both kinds of text; a small engine of generated rules must pick the same best rule
+// and read the same sub-rule, type, id and fields as the plain walk over all rules on
+// QRegExp. Any difference aborts with both answers on standard error.
+
+#include "common/regexpattern.h"
+#include "rules/asciistring.h"
+
+#include <msgfilter/ivisitor.h>
+#include <msgfilter/zefamsgparserengin.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+namespace {
+
+using namespace zefa::msg_filter::impl_detail;
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+// Pieces a pattern is made of, weighted towards what rule files hold.
+const char* const kAtoms[] = { "a", "b", "E", "R", ":", " ", "-", "_", "1", "\xe9", "\xc9", "\xa0",
+    "\xb5", "\xff", "\n", "\r", ".", "\\s", "\\S", "\\w", "\\W", "\\d", "\\D", "[a-c]", "[^\\s:]",
+    "[^\\r\\n]", "[]a]", "[^]a]", "[a-]", "[\\d\\s]", "[z-a]", "[\\x41-\\x45]", "[A-Za-z0-9_]",
+    "[\xc0-\xff]", "\\x41", "\\x00e9", "\\0101", "\\0", "\\n", "\\t", "\\.", "\\[", "\\]", "\\(",
+    "\\\\", "\\q", "\\b", "\\B", "\\1", "^", "$", "[", "]", "{", "}", "\\" };
+const char* const kQuantifiers[] = { "*", "+", "?", "{2}", "{1,3}", "{,2}", "{2,}", "{}", "{0}",
+    "{0,1}", "*?", "**", "{3,1}" };
+const char* const kGroupOpeners[] = { "(", "(?:", "(?=", "(?!", "(?" };
+// Characters lines are made of: what the atoms name, and a few bytes nothing names.
+const char kLineBytes[] = "abER: -_1\xe9\xc9\xa0\xb5\xff\n\r\tA\x85\x0b\xb2[]()\\xyz\xd7\xf7\x00";
+
+class Generator {
+public:
+    explicit Generator(FuzzedDataProvider& data)
+        : m_data(data)
+    {
+    }
+
+    std::string pattern() { return alternation(0); }
+
+    std::string line()
+    {
+        std::string text;
+        const std::size_t length = m_data.ConsumeIntegralInRange<std::size_t>(0, 24);
+        for (std::size_t index = 0; index < length; ++index) {
+            text +=
+                kLineBytes[m_data.ConsumeIntegralInRange<std::size_t>(0, sizeof kLineBytes - 2)];
+        }
+        return text;
+    }
+
+private:
+    std::string alternation(int depth)
+    {
+        std::string text = sequence(depth);
+        while (m_data.ConsumeIntegralInRange(0, 5) == 0) {
+            text += '|' + sequence(depth);
+        }
+        return text;
+    }
+
+    std::string sequence(int depth)
+    {
+        std::string text;
+        const int length = m_data.ConsumeIntegralInRange(0, 4);
+        for (int index = 0; index < length; ++index) {
+            text += factor(depth);
+        }
+        return text;
+    }
+
+    std::string factor(int depth)
+    {
+        std::string text;
+        if (depth < 3 && m_data.ConsumeIntegralInRange(0, 4) == 0) {
+            text = pick(kGroupOpeners) + alternation(depth + 1);
+            // Now and then a group is left open, which QRegExp rejects.
+            if (m_data.ConsumeIntegralInRange(0, 15) != 0) {
+                text += ')';
+            }
+        } else {
+            text = pick(kAtoms);
+        }
+        if (m_data.ConsumeIntegralInRange(0, 2) == 0) {
+            text += pick(kQuantifiers);
+        }
+        return text;
+    }
+
+    template <std::size_t N> std::string pick(const char* const (&choices)[N])
+    {
+        return choices[m_data.ConsumeIntegralInRange<std::size_t>(0, N - 1)];
+    }
+
+    FuzzedDataProvider& m_data;
+};
+
+QString latin1(const std::string& text)
+{
+    return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
+}
+
+[[noreturn]] void differ(const char* what, const std::string& pattern, const std::string& line,
+    const std::string& fast, const std::string& reference)
+{
+    std::fprintf(stderr,
+        "%s differs\n  pattern: %s\n  line:    %s\n  fast:      %s\n  reference: %s\n", what,
+        pattern.c_str(), line.c_str(), fast.c_str(), reference.c_str());
+    std::abort();
+}
+
+std::string describe(const RegexPattern::Match& match)
+{
+    std::string text = std::to_string(match.position) + '/' + std::to_string(match.length);
+    for (const QString& capture : match.captures) {
+        text += " [" + toStdString(capture) + ']';
+    }
+    return text;
+}
+
+void compareSearches(
+    const std::string& pattern, bool caseSensitive, const std::string& line, int from)
+{
+    const auto sensitivity =
+        caseSensitive ? RegexPattern::Case::Sensitive : RegexPattern::Case::Insensitive;
+    const RegexPattern fast(latin1(pattern), sensitivity);
+    const RegexPattern reference(latin1(pattern), sensitivity, RegexPattern::Engine::Reference);
+    if (fast.isValid() != reference.isValid() || fast.captureCount() != reference.captureCount()) {
+        differ("validity", pattern, line, "", "");
+    }
+    for (const auto captures : { RegexPattern::Captures::Collect, RegexPattern::Captures::Skip }) {
+        const RegexPattern::Match expected = reference.search(latin1(line), from, captures);
+        const RegexPattern::Match onText = fast.search(latin1(line), from, captures);
+        const RegexPattern::Match onBytes = fast.search(std::string_view(line), from, captures);
+        for (const RegexPattern::Match* found : { &onText, &onBytes }) {
+            if (found->position != expected.position || found->length != expected.length
+                || found->captures != expected.captures) {
+                differ("search", pattern, line, describe(*found), describe(expected));
+            }
+        }
+    }
+}
+
+// The walk over every rule in name order on QRegExp, keeping the first strictly longest
+// match: what picking the best rule has always meant.
+class ReferenceBestRule final : public zefa::msg_filter::IVisitor<ZefaMsgParserRule> {
+public:
+    explicit ReferenceBestRule(const std::string& line)
+        : m_line(latin1(line))
+    {
+    }
+
+    bool visit(ZefaMsgParserRule* rule) override
+    {
+        const RegexPattern pattern(latin1(rule->getRegPatten()), RegexPattern::Case::Sensitive,
+            RegexPattern::Engine::Reference);
+        const int length = pattern.search(m_line, 0, RegexPattern::Captures::Skip).length;
+        if (length > m_bestLength) {
+            m_bestLength = length;
+            m_best = rule;
+        }
+        return true;
+    }
+
+    ZefaMsgParserRule* best() const { return m_best; }
+    int bestLength() const { return m_bestLength; }
+
+private:
+    QString m_line;
+    ZefaMsgParserRule* m_best = nullptr;
+    int m_bestLength = -1;
+};
+
+// Sub-rules in order, the first that matches anywhere wins; fields from its groups.
+int referenceSubRule(const ZefaMsgParserRule& rule, const std::string& line, std::string& type,
+    std::string& id, Fields& fields)
+{
+    for (const ZefaMsgParserRule::SubRule& sub : rule.getSubRules()) {
+        const RegexPattern pattern(
+            latin1(sub.reg_patten), RegexPattern::Case::Sensitive, RegexPattern::Engine::Reference);
+        const RegexPattern::Match found = pattern.search(latin1(line));
+        if (!found.found()) {
+            continue;
+        }
+        type = sub.type;
+        id = sub.id;
+        for (int group = 1; group < found.captures.size(); ++group) {
+            const auto index = static_cast<std::size_t>(group - 1);
+            fields.emplace_back(index < sub.fields.size() ? sub.fields[index] : std::string(),
+                toStdString(found.captures.at(group)));
+        }
+        return found.position;
+    }
+    return -1;
+}
+
+std::string describe(
+    int position, const std::string& type, const std::string& id, const Fields& fields)
+{
+    std::string text = std::to_string(position) + ' ' + type + ' ' + id;
+    for (const auto& [name, value] : fields) {
+        text += " (" + name + '=' + value + ')';
+    }
+    return text;
+}
+
+const ZefaMsgParserEngin* initializedEmptyEngine = nullptr;
+
+void compareRules(Generator& generate, FuzzedDataProvider& data)
+{
+    ZefaMsgParserEngin engine = *initializedEmptyEngine;
+    ZefaEnginMsgParser parser("engine");
+    const int ruleCount = data.ConsumeIntegralInRange(1, 4);
+    std::string patterns;
+    for (int index = 0; index < ruleCount; ++index) {
+        // Names that sort in another order than they are made, and one without a rule.
+        const std::string name(1, static_cast<char>('d' - index));
+        parser.addRule(name);
+        if (data.ConsumeIntegralInRange(0, 7) == 0) {
+            continue;
+        }
+        ZefaMsgParserRule rule(name, "type-" + name, generate.pattern());
+        const int subCount = data.ConsumeIntegralInRange(0, 3);
+        for (int sub = 0; sub < subCount; ++sub) {
+            rule.addSubRule({ "", "sub" + std::to_string(sub), "id" + std::to_string(sub),
+                generate.pattern(), { "first", "second" } });
+        }
+        patterns += name + ": " + rule.getRegPatten() + "  ";
+        engine.addMsgFilterRule(name, rule);
+    }
+    for (int round = 0; round < 3; ++round) {
+        const std::string line = generate.line();
+        ReferenceBestRule reference(line);
+        VisitRulesForEngine(&engine, &parser, &reference);
+        ZefaMsgParserRule* best = FindBestMatchRule(&engine, &parser, line);
+        if (best != reference.best()) {
+            differ("best rule", patterns, line, best ? best->getName() : "none",
+                reference.best() ? reference.best()->getName() : "none");
+        }
+        if (best == nullptr) {
+            continue;
+        }
+        if (best->match(line) != reference.bestLength()) {
+            differ("rule match length", best->getRegPatten(), line,
+                std::to_string(best->match(line)), std::to_string(reference.bestLength()));
+        }
+        std::string type;
+        std::string id;
+        Fields fields;
+        const int position = best->matchSubRule(line, type, id, fields);
+        std::string expectedType;
+        std::string expectedId;
+        Fields expectedFields;
+        const int expected =
+            referenceSubRule(*best, line, expectedType, expectedId, expectedFields);
+        if (position != expected || type != expectedType || id != expectedId
+            || fields != expectedFields) {
+            differ("sub-rule", patterns, line, describe(position, type, id, fields),
+                describe(expected, expectedType, expectedId, expectedFields));
+        }
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
+{
+    // Rules can be added only to a loaded engine; every input starts from a copy of one
+    // that loaded a file without rules.
+    QTemporaryDir directory;
+    const QString path = directory.filePath(QStringLiteral("enginemsg.xml"));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write("<ZefaMsgFilterDef/>") < 0) {
+        std::abort();
+    }
+    file.close();
+    auto* engine = new ZefaMsgParserEngin;
+    if (!engine->loadFilterRulesFromFile(QFile::encodeName(path).toStdString())) {
+        std::abort();
+    }
+    initializedEmptyEngine = engine;
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
+{
+    FuzzedDataProvider data(bytes, size);
+    Generator generate(data);
+    const bool raw = data.ConsumeBool();
+    const bool caseSensitive = data.ConsumeIntegralInRange(0, 3) != 0;
+    // Raw inputs reach what the generator never writes; generated ones go deep quickly.
+    const std::string pattern = raw ? data.ConsumeRandomLengthString(40) : generate.pattern();
+    for (int round = 0; round < 3; ++round) {
+        const std::string line = generate.line();
+        const int from = data.ConsumeIntegralInRange(0, 4) == 0
+            ? data.ConsumeIntegralInRange(0, static_cast<int>(line.size()) + 1)
+            : 0;
+        compareSearches(pattern, caseSensitive, line, from);
+    }
+    compareRules(generate, data);
+    return 0;
+}
