@@ -1,6 +1,6 @@
 #include "rulescan.h"
 
-#include "common/regexpattern.h"
+#include "rules/asciistring.h"
 
 namespace zefa::msg_filter::impl_detail {
 
@@ -52,6 +52,39 @@ RuleScan::Best RuleScan::findBest(std::string_view line) const
     return best;
 }
 
+RuleScan::SubRuleFound RuleScan::findSubRule(const ZefaMsgParserRule& rule, std::string_view line)
+{
+    SubRuleFound found;
+    for (std::size_t index = 0; index < rule.m_subPatterns.size(); ++index) {
+        const RegexPattern& pattern = *rule.m_subPatterns[index];
+        // Only the winner's groups are wanted: the automaton tells which sub-rule wins and
+        // where, and the groups are read from there.
+        const bool screened = pattern.translation().fidelity != TranslatedPattern::Fidelity::None;
+        found.match = pattern.search(
+            line, 0, screened ? RegexPattern::Captures::Skip : RegexPattern::Captures::Collect);
+        if (!found.match.found()) {
+            continue;
+        }
+        if (screened && pattern.captureCount() > 0) {
+            found.match = pattern.search(line, found.match.position);
+        }
+        // First match wins, not best match: the file's order of sub-rules is the priority.
+        found.index = static_cast<int>(index);
+        return found;
+    }
+    return found;
+}
+
+void RuleScan::appendFields(const ZefaMsgParserRule::SubRule& sub, const RegexPattern::Match& match,
+    std::vector<std::pair<std::string, std::string>>& fields)
+{
+    for (int group = 1; group < match.captures.size(); ++group) {
+        const auto nameIndex = static_cast<std::size_t>(group - 1);
+        std::string name = nameIndex < sub.fields.size() ? sub.fields[nameIndex] : std::string();
+        fields.emplace_back(std::move(name), toStdString(match.captures.at(group)));
+    }
+}
+
 std::shared_ptr<const RuleScan> RuleScanSlot::scanFor(
     ZefaMsgParserEngin& engine, const ZefaEnginMsgParser& parser)
 {
@@ -64,6 +97,15 @@ std::shared_ptr<const RuleScan> RuleScanSlot::scanFor(
         slot.m_scan = std::make_shared<const RuleScan>(engine, parser);
     }
     return slot.m_scan;
+}
+
+RuleScan::Best RuleScanSlot::findBest(
+    ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, std::string_view line)
+{
+    if (engine == nullptr || parser == nullptr || !engine->isInitialized()) {
+        return {};
+    }
+    return scanFor(*engine, *parser)->findBest(line);
 }
 
 } // namespace zefa::msg_filter::impl_detail

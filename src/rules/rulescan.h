@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/patternset.h"
+#include "common/regexpattern.h"
 
 #include <msgfilter/zefaenginmsgparser.h>
 #include <msgfilter/zefamsgparserengin.h>
@@ -31,8 +32,19 @@ public:
 
     RuleScan(ZefaMsgParserEngin& engine, const ZefaEnginMsgParser& parser);
 
+    /// The first sub-rule of a rule that matches anywhere in a line.
+    struct SubRuleFound {
+        int index = -1; ///< in the rule's order; -1 when none matches
+        RegexPattern::Match match; ///< with the captured texts
+    };
+
     bool isCurrent(const ZefaMsgParserEngin& engine) const;
     Best findBest(std::string_view line) const;
+
+    static SubRuleFound findSubRule(const ZefaMsgParserRule& rule, std::string_view line);
+    /// One (name, captured text) pair per group of `match`, named in order by `sub`.
+    static void appendFields(const ZefaMsgParserRule::SubRule& sub,
+        const RegexPattern::Match& match, std::vector<std::pair<std::string, std::string>>& fields);
 
 private:
     struct Entry {
@@ -53,6 +65,10 @@ public:
     /// The current scan of `parser`'s rules in `engine`.
     static std::shared_ptr<const RuleScan> scanFor(
         ZefaMsgParserEngin& engine, const ZefaEnginMsgParser& parser);
+    /// The best rule of `parser` for the line; none for null arguments or an engine that
+    /// is not initialized (it hands out no rule then).
+    static RuleScan::Best findBest(
+        ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, std::string_view line);
 
 private:
     std::mutex m_mutex;

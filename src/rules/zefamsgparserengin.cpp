@@ -143,11 +143,7 @@ void VisitRulesForEngine(
 ZefaMsgParserRule* FindBestMatchRule(
     ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, const std::string& line)
 {
-    // Uninitialized, the engine hands out no rule, so nothing can match.
-    if (engine == nullptr || parser == nullptr || !engine->isInitialized()) {
-        return nullptr;
-    }
-    return RuleScanSlot::scanFor(*engine, *parser)->findBest(line).rule;
+    return RuleScanSlot::findBest(engine, parser, line).rule;
 }
 
 } // namespace zefa::msg_filter::impl_detail

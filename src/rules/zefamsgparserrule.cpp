@@ -1,5 +1,6 @@
 #include "common/regexpattern.h"
 #include "rules/asciistring.h"
+#include "rules/rulescan.h"
 
 #include <msgfilter/zefamsgparserrule.h>
 
@@ -37,35 +38,15 @@ int ZefaMsgParserRule::match(const std::string& line) const
 int ZefaMsgParserRule::matchSubRule(const std::string& line, std::string& type, std::string& id,
     std::vector<std::pair<std::string, std::string>>& fields) const
 {
-    if (m_subRules.empty()) {
+    const RuleScan::SubRuleFound found = RuleScan::findSubRule(*this, line);
+    if (found.index < 0) {
         return -1;
     }
-    for (std::size_t index = 0; index < m_subRules.size(); ++index) {
-        const RegexPattern& pattern = *m_subPatterns[index];
-        // Only the winner's groups are wanted: the automaton tells which sub-rule wins and
-        // where, and the groups are read from there.
-        const bool screened = pattern.translation().fidelity != TranslatedPattern::Fidelity::None;
-        RegexPattern::Match found = pattern.search(std::string_view(line), 0,
-            screened ? RegexPattern::Captures::Skip : RegexPattern::Captures::Collect);
-        if (!found.found()) {
-            continue;
-        }
-        if (screened && pattern.captureCount() > 0) {
-            found = pattern.search(std::string_view(line), found.position);
-        }
-        // First match wins, not best match: the file's order of sub-rules is the priority.
-        const SubRule& sub = m_subRules[index];
-        type = sub.type;
-        id = sub.id;
-        for (int group = 1; group < found.captures.size(); ++group) {
-            const auto nameIndex = static_cast<std::size_t>(group - 1);
-            std::string name =
-                nameIndex < sub.fields.size() ? sub.fields[nameIndex] : std::string();
-            fields.emplace_back(std::move(name), toStdString(found.captures.at(group)));
-        }
-        return found.position;
-    }
-    return -1;
+    const SubRule& sub = m_subRules[static_cast<std::size_t>(found.index)];
+    type = sub.type;
+    id = sub.id;
+    RuleScan::appendFields(sub, found.match, fields);
+    return found.match.position;
 }
 
 } // namespace zefa::msg_filter::impl_detail

@@ -1,6 +1,8 @@
 // The best rule comes from a scan built once per engine rule set; it must follow every
 // change of the tables it was built from, and answer several threads at once.
 
+#include "rules/linematch.h"
+
 #include <msgfilter/zefamsgparserengin.h>
 
 #include <QFile>
@@ -8,6 +10,7 @@
 
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -23,19 +26,23 @@ std::string bestName(
     return rule == nullptr ? "none" : rule->getName();
 }
 
+std::string writeRules(const QTemporaryDir& directory, const QByteArray& xml)
+{
+    QFile file(directory.filePath(QStringLiteral("enginemsg.xml")));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(xml) == xml.size());
+    return file.fileName().toStdString();
+}
+
 // An engine loaded from a file whose engine "e" names "short" and "missing"; only
 // "short" is defined.
 class ScanTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        QFile file(m_directory.filePath(QStringLiteral("enginemsg.xml")));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(R"(<ZefaMsgFilterDef><TargetDevice name="t"><Engine name="e">
+        ASSERT_TRUE(m_engine.loadFilterRulesFromFile(writeRules(m_directory,
+            R"(<ZefaMsgFilterDef><TargetDevice name="t"><Engine name="e">
             <Rule name="short"/><Rule name="missing"/></Engine></TargetDevice>
-            <FilterRule name="short" type="T" reg_patten="ab"/></ZefaMsgFilterDef>)");
-        file.close();
-        ASSERT_TRUE(m_engine.loadFilterRulesFromFile(file.fileName().toStdString()));
+            <FilterRule name="short" type="T" reg_patten="ab"/></ZefaMsgFilterDef>)")));
         m_parser = m_engine.getTarget("t")->getEngine("e");
         ASSERT_EQ(bestName(m_engine, m_parser, "xabcd"), "short");
     }
@@ -104,6 +111,45 @@ TEST_F(ScanTest, SeveralThreadsGetTheSameAnswers)
         thread.join();
     }
     EXPECT_EQ(wrong, std::vector<std::string>(4));
+}
+
+// One call tells what FindBestMatchRule and matchSubRule tell, and where each matched.
+TEST(LineMatch, TellsTheRuleTheSubRuleAndWhereEachMatched)
+{
+    ZefaMsgParserEngin engine;
+    ASSERT_TRUE(engine.loadFilterRulesFromFile(writeRules(QTemporaryDir(),
+        R"(<ZefaMsgFilterDef><TargetDevice name="t"><Engine name="e">
+        <Rule name="tag"/><Rule name="bare"/></Engine></TargetDevice>
+        <FilterRule name="tag" type="T" reg_patten="\w+: \[[^\]]+\]">
+          <SubRule type="warning" id="W1" reg_patten="^WARNING: \[(\S+)\] .*\[(\S+):(\d+)\]$"
+                   fields="tag, file, line"/>
+          <SubRule type="note" id="N" reg_patten="\[(\S+)\]( x)?" fields="tag"/>
+        </FilterRule>
+        <FilterRule name="bare" type="T" reg_patten="^bare"/></ZefaMsgFilterDef>)")));
+    ZefaEnginMsgParser* parser = engine.getTarget("t")->getEngine("e");
+    // line; rule position/length; sub-rule index position/length, type, id, fields
+    const std::tuple<const char*, std::string, std::string> rows[] = {
+        { "first sub-rule", "WARNING: [S-1] x [a.v:3]",
+            "tag 0/14; 0 0/24 warning W1 tag=S-1 file=a.v line=3" },
+        { "later sub-rule, later in the line", " > INFO: [X-2] y",
+            "tag 3/11; 1 9/5 note N tag=X-2 =" },
+        { "no sub-rule matches", "bare", "bare 0/4; -1 -1/-1  " },
+        { "no rule matches", "plain", "none -1/-1; -1 -1/-1  " },
+    };
+    for (const auto& [name, line, expected] : rows) {
+        SCOPED_TRACE(name);
+        const LineMatch found = matchLine(&engine, parser, line);
+        std::string got = (found.rule ? found.rule->getName() : "none") + " "
+            + std::to_string(found.position) + "/" + std::to_string(found.length) + "; "
+            + std::to_string(found.subRule) + " " + std::to_string(found.subRulePosition) + "/"
+            + std::to_string(found.subRuleLength) + " " + found.type + " " + found.id;
+        for (const auto& [field, value] : found.fields) {
+            got += " " + field + "=" + value;
+        }
+        EXPECT_EQ(got, expected);
+        EXPECT_EQ(found.rule, FindBestMatchRule(&engine, parser, line));
+    }
+    EXPECT_EQ(matchLine(&engine, nullptr, "bare").rule, nullptr);
 }
 
 } // namespace
