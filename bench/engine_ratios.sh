@@ -25,7 +25,7 @@ echo "log: $lines lines, $(wc -c < "$work/log") bytes"
 
 # The rule patterns as rg reads them: XML entities resolved, look-ahead groups (one level
 # of nested parentheses at most in the default rules) taken out.
-perl -ne 'while (/<FilterRule\b[^>]*\breg_patten="([^"]*)"/g) {
+perl -0777 -ne 'while (/<FilterRule\b[^>]*\breg_patten="([^"]*)"/g) {
     my $p = $1;
     $p =~ s/&lt;/</g; $p =~ s/&gt;/>/g; $p =~ s/&quot;/"/g; $p =~ s/&apos;/\x27/g; $p =~ s/&amp;/&/g;
     $p =~ s/\(\?[=!](?:[^()]|\([^()]*\))*\)//g;
