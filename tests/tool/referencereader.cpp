@@ -49,13 +49,14 @@ const std::vector<QRegularExpression>& shapes()
             // @W: CODE :"file":...|text, @N: CODE |text, @E [TAG] text
             R"(^\s*@(?<sev>[EWNIA]):\s*(?<id>[A-Z]+\d+)\s*[:|])",
             R"(^\s*@(?<sev>[EWNIA])\s*\[(?<id>[^\]]+)\])",
+            R"(^\s*@(?<sev>[EWNIA])\s*\|)",
             R"(^\s*@(?<sev>[NIA]):)",
             R"(^\s*@(?<sev>[EWNIA])\s*:\s*"[^"]+":\d)",
-            // # ** Severity: [(code)] [path(line):] [(code)] text
-            R"(^\s*(?:#\s*)?\*\* (?<sev>Error|Fatal|Failure|Warning|Note|Info)(?: \(\w+\))?:)"
+            // ** Severity: [(code)] [path(line):] [(code)] text
+            R"(^\s*\*\* (?<sev>Error|Fatal|Failure|Warning|Note|Info)(?: \(\w+\))?:)"
             R"(\s*(?:\S+\(\d+\):\s*)?(?:\((?<id>[^()\s]+)\))?)",
             // UVM_SEVERITY [path(line)] @ time: context [ID] text
-            R"(^\s*(?:#\s*)?UVM_(?<sev>FATAL|ERROR|WARNING|INFO)\s+(?:\S+\(\d+\)\s+)?@[^:]*:)"
+            R"(^\s*UVM_(?<sev>FATAL|ERROR|WARNING|INFO)\s+(?:\S+\(\d+\)\s+)?@[^:]*:)"
             R"(\s*\S*\s*(?:\[(?<id>[^\]]*)\])?)",
             // %Severity[-CODE]: text
             R"(^\s*%(?<sev>Error|Warning|Info)(?:-(?<id>\w+))?:)",
@@ -67,6 +68,7 @@ const std::vector<QRegularExpression>& shapes()
             R"(^\s*(?<id>[A-Z]\w*): (?<sev>ERROR|Error|CRITICAL WARNING|Critical Warning|)"
             R"(WARNING|Warning|INFO|Info) ?(?::|- ))",
             R"(^\s*(?<id>[^\s:]+):(?<sev>error|warning|info|note):)",
+            R"(^\s*(?<id>[A-Z]{2,}) (?<sev>error|warning|info):)",
             // Severity: text, Severity - text, @W - text; keywords come in every case
             R"((?i)^\s*(?<sev>error|fatal_error|fatal|critical warning|warning|info)\s*(?::|-\s))",
             R"(^\s*@(?<sev>[EW])\s*[-:])",
@@ -85,7 +87,9 @@ const std::vector<QRegularExpression>& shapes()
 
 Reading read(const QByteArray& line)
 {
-    const QString text = QString::fromLatin1(line);
+    // A simulator's transcript puts "# " in front of every line it prints.
+    static const QRegularExpression transcript(QStringLiteral(R"(^\s*#\s+)"));
+    const QString text = QString::fromLatin1(line).remove(transcript);
     for (const QRegularExpression& shape : shapes()) {
         const QRegularExpressionMatch match = shape.match(text);
         if (match.hasMatch()) {
