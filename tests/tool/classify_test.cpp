@@ -4,7 +4,7 @@
 #include "referencereader.h"
 #include "toolrunner.h"
 
-#include <QDirIterator>
+#include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -147,12 +147,8 @@ std::map<std::string, QStringList> logsByToolchain()
     for (const QString& log : logs(true)) {
         found[QFileInfo(log).fileName().section(QLatin1Char('-'), 0, 0).toStdString()] << log;
     }
-    QDirIterator files(testData("logs"), QDir::Files, QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        const QFileInfo file(files.next());
-        if (!file.fileName().startsWith(QLatin1String("SOURCES"))) {
-            found[file.dir().dirName().toStdString()] << file.filePath();
-        }
+    for (const QString& log : corpusLogs()) {
+        found[QFileInfo(log).dir().dirName().toStdString()] << log;
     }
     return found;
 }

@@ -50,7 +50,7 @@ std::string classify(const std::string& line, FieldList* fields = nullptr)
 TEST(DefaultRules, SameAnswerWithAndWithoutTheLineFeed)
 {
     long long compared = 0;
-    for (const QString& log : logs(true) + logs(false)) {
+    for (const QString& log : logs(true) + corpusLogs() + logs(false)) {
         SCOPED_TRACE(log.toStdString());
         int mismatches = 0;
         const std::vector<QByteArray> lines = splitLines(readAll(log));
