@@ -49,8 +49,16 @@ std::string classify(const std::string& line, FieldList* fields = nullptr)
 
 TEST(DefaultRules, SameAnswerWithAndWithoutTheLineFeed)
 {
+    // Of the corpus, the logs written with carriage returns: there the two copies differ.
+    QStringList withCarriageReturns;
+    for (const QString& log : corpusLogs()) {
+        if (readAll(log).contains('\r')) {
+            withCarriageReturns.append(log);
+        }
+    }
+    EXPECT_FALSE(withCarriageReturns.isEmpty());
     long long compared = 0;
-    for (const QString& log : logs(true) + corpusLogs() + logs(false)) {
+    for (const QString& log : logs(true) + withCarriageReturns + logs(false)) {
         SCOPED_TRACE(log.toStdString());
         int mismatches = 0;
         const std::vector<QByteArray> lines = splitLines(readAll(log));
