@@ -61,10 +61,10 @@ int expectSummaryCounts(
 {
     using Counts = std::array<long long, 4>; // info, warning, critical warning, error
     const auto add = [](Counts& counts, const Message& message) {
-        ++counts[message.severity == "Error"                         ? 3
-                : message.severity == "Info"                         ? 0
-                : message.type.find("critical") != std::string::npos ? 2
-                                                                     : 1];
+        ++counts[message.severity == "Error"             ? 3
+                : message.severity == "Info"             ? 0
+                : message.severity == "Critical Warning" ? 2
+                                                         : 1];
     };
     const auto whole = [](const char* pattern) {
         return QRegularExpression(QRegularExpression::anchoredPattern(QLatin1String(pattern)));
@@ -115,13 +115,6 @@ int expectSummaryCounts(
     return checked;
 }
 
-// The severity as classify names it, with critical warnings apart as the logs write them.
-std::string severityOf(const Message& message)
-{
-    return message.type.find("critical") != std::string::npos ? "Critical Warning"
-                                                              : message.severity;
-}
-
 bool isProblem(const std::string& severity)
 {
     return severity == "Error" || severity == "Critical Warning" || severity == "Warning";
@@ -168,7 +161,7 @@ Agreement compare(const QString& log, const std::map<long long, Message>& messag
         const auto found = messages.find(static_cast<long long>(index) + 1);
         const Message none;
         const Message& actual = found == messages.end() ? none : found->second;
-        const std::string severity = found == messages.end() ? "" : severityOf(actual);
+        const std::string& severity = actual.severity;
         bool right = true;
         if (isProblem(expected.severity)) {
             ++counts.problems;
@@ -273,7 +266,7 @@ TEST(RealLogs, SharedLogsAgreeOnEveryLineAndWithTheirOwnCounts)
         "bracket-tag-message|message:warning|id=Synth 8-2507|line=36|file=*/apb_uart/apb_uart.v|"
         "text=parameter declaration becomes local in apb_uart_sv with formal parameter "
         "declaration list",
-        "CRITICAL WARNING: [Common 17-170] Unknown option|Warning|bracket-tag-message|"
+        "CRITICAL WARNING: [Common 17-170] Unknown option|Critical Warning|bracket-tag-message|"
         "message:critical-warning|id=Common 17-170|line=2|file=*.xdc",
         "INFO: [Device 21-403] Loading part|Info|bracket-tag-message|message:info|"
         "id=Device 21-403|file=",
@@ -341,18 +334,21 @@ TEST(Classify, TextOutputNamesFileLineSeverityAndRuleThenSumsUpAndColoursOnReque
             + file
             + ":15: Info [keyword-message] Info: Program finished normally.\n\n"
               "15 lines, 14 messages\n"
-              "  Error            1\n"
-              "  Warning          2\n"
-              "  Info            11\n"
-              "  rule              Error  Warning     Info\n"
-              "  keyword-message       1        2       11\n"));
+              "  Error                    1\n"
+              "  Critical Warning         0\n"
+              "  Warning                  2\n"
+              "  Info                    11\n"
+              "  rule              Error  Critical Warning  Warning     Info\n"
+              "  keyword-message       1                 0        2       11\n"));
     // Colour when asked for, on standard input, read without files.
-    const ToolResult colour =
-        runTool(words("classify --color always"), "ERROR: broken\nWarning: odd\nInfo: fine\n");
+    const ToolResult colour = runTool(words("classify --color always"),
+        "ERROR: broken\nCritical Warning: close\nWarning: odd\nInfo: fine\n");
     EXPECT_THAT(colour.out,
         StartsWith("-:1: \033[1;31mError\033[0m [keyword-message] ERROR: broken\n"
-                   "-:2: \033[1;33mWarning\033[0m [keyword-message] Warning: odd\n"
-                   "-:3: \033[36mInfo\033[0m [keyword-message] Info: fine\n"));
+                   "-:2: \033[1;35mCritical Warning\033[0m [keyword-message] Critical Warning: "
+                   "close\n"
+                   "-:3: \033[1;33mWarning\033[0m [keyword-message] Warning: odd\n"
+                   "-:4: \033[36mInfo\033[0m [keyword-message] Info: fine\n"));
 }
 
 // "-" among files is standard input; without --rules the tool uses the rules that ship
@@ -390,12 +386,14 @@ TEST(Classify, ReadsFilesAndStandardInputEachWithItsOwnLineNumbers)
 
 TEST(Classify, FailOnTheLowestSeverityThatOccursAndChoiceOfEngine)
 {
-    // Exit status for --fail-on with each severity, written in any case.
-    const char* const severities[] = { "ERROR", "Warning", "info" };
-    const std::pair<const char*, const char*> failRows[] = { { "Warning: w\nInfo: i\n", "011" },
-        { "Info: i\nnoise\n", "001" }, { "ERROR: e\n", "111" }, { "noise only\n", "000" } };
+    // Exit status for --fail-on with each severity, written in any case; a critical
+    // warning lies between an error and a warning.
+    const char* const severities[] = { "ERROR", "Critical-Warning", "Warning", "info" };
+    const std::pair<const char*, const char*> failRows[] = { { "Warning: w\nInfo: i\n", "0011" },
+        { "Info: i\nnoise\n", "0001" }, { "ERROR: e\n", "1111" },
+        { "CRITICAL WARNING: [Common 17-69] c\n", "0111" }, { "noise only\n", "0000" } };
     for (const auto& [input, exitCodes] : failRows) {
-        for (int level = 0; level < 3; ++level) {
+        for (int level = 0; level < 4; ++level) {
             SCOPED_TRACE(std::string(input) + " --fail-on " + severities[level]);
             const ToolResult result =
                 runTool(words("classify --fail-on") << QString::fromUtf8(severities[level]), input);
