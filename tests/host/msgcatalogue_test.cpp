@@ -239,7 +239,8 @@ TEST_F(Catalogue, LoadsTheDataDirectorysFileWholeOnlyAndNamesTheBadLines)
         }
         EXPECT_EQ(entries, expected);
     }
-    // Without the environment, from a build tree: the source tree's data, which loads cleanly.
+    // Without the environment, from a build tree: its link to the source tree's data, which
+    // loads cleanly.
     qunsetenv("ZEFA_DATA_PATH");
     EXPECT_EQ(BaseSystem::getDataPath().canonicalPath(),
         QDir(QFile::decodeName(MSGFILTER_SOURCE_DATA_DIR)).canonicalPath());
