@@ -15,6 +15,8 @@
 #include <cstdlib>
 #include <list>
 #include <optional>
+#include <random>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -236,6 +238,76 @@ TEST_F(Engine, OutputIsCutIntoLinesClassifiedAndDecoded)
         }
         EXPECT_EQ(messagesOf("synth_1"), messages);
         EXPECT_EQ(plain, expectedPlain);
+    }
+}
+
+// A host may answer a plain line by publishing more events before the handler takes its
+// next line. The line has left the buffer before it is handled, so a nested call sees only
+// the lines after it, and every line is handled once.
+TEST_F(Engine, HostAnswersToALineInterleaveAsTheyDoToday)
+{
+    // Name; the plain line the host answers and the event it then publishes; the output
+    // steps of "impl"; the plain lines in the order the host sees them.
+    const std::tuple<const char*, std::pair<const char*, const char*>, Lines, Lines> rows[] = {
+        { "OutputDuringALineFollowsTheRestOfTheChunk",
+            { "echo", "Message output impl 6 inner\nnext " }, { "a\necho\nb\nc", "last\n" },
+            { "a", "echo", "b", "cinner", "next last" } },
+        { "EngineEndDuringALineHandlesWhatFollowsItAsOneLine",
+            { "end", "engine finished impl synth_1 default" }, { "end\nb\nc", "d\n" },
+            { "end", "b\nc", "b", "cd" } },
+        { "RemovalDuringALineDropsTheRestOfTheChunk", { "remove", "implement removed impl" },
+            { "a\nremove\nb\n", "c\n" }, { "a", "remove" } },
+    };
+    for (const auto& [name, answer, steps, expectedPlain] : rows) {
+        SCOPED_TRACE(name);
+        reset();
+        start();
+        QObject answering;
+        const std::pair<std::string, std::string> reaction(answer.first, answer.second);
+        QObject::connect(EngineMessageManager::instance(), &EngineMessageManager::sigMessagesOut,
+            &answering, [&reaction](const QString& line, int) {
+                if (line.toStdString() == reaction.first) {
+                    publish(reaction.second);
+                }
+            });
+        for (const std::string& step : steps) {
+            publish("Message output impl 6 " + step);
+        }
+        EXPECT_EQ(plain, expectedPlain);
+    }
+}
+
+// However the output is cut into pieces, the handler hands over the same lines, in order.
+TEST_F(Engine, AnyCuttingOfTheOutputGivesTheSameLines)
+{
+    start();
+    std::mt19937 random(14);
+    std::string text;
+    for (int i = 0; i < 4000; ++i) {
+        text += "abw\r\n c\n"[random() % 8];
+    }
+    Lines expected;
+    std::string line;
+    for (char c : text) {
+        if (c == '\n') {
+            expected.push_back(line);
+            line.clear();
+        } else if (c != '\r') {
+            line += c;
+        }
+    }
+    for (int round = 0; round < 20; ++round) {
+        SCOPED_TRACE(round);
+        plain.clear();
+        for (std::size_t at = 0; at < text.size();) {
+            const std::size_t size = std::min<std::size_t>(text.size() - at, random() % 300);
+            publish("Message output impl 6 " + text.substr(at, size));
+            at += size;
+        }
+        publish("Message output impl 6 \n");
+        Lines wanted = expected;
+        wanted.push_back(line);
+        ASSERT_EQ(plain, wanted);
     }
 }
 
