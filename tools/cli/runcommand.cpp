@@ -128,8 +128,8 @@ int runSession(const QStringList& arguments)
         return kExitFailure;
     }
 
-    // The catalogue reads its entries from the data directory at first use: before
-    // --rules may point the data directory elsewhere.
+    // The catalogue's file, read at its first use, spoils every message it would have
+    // described: say so before anything else.
     reportCatalogueProblems();
 
     // The rules are loaded before the first handler asks for them; the engine side

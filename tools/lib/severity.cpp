@@ -1,16 +1,22 @@
 #include "severity.h"
 
-#include "engine/enginemessagehandler.h"
+#include "common/severity.h"
 
 namespace zefa::msg_filter::tool {
 
 Severity severityOfType(const std::string& type)
 {
     // The engine side's own reading, so that the tool and the host never disagree.
-    const QString word = impl_detail::EngineMessageHandler::convertMessageType(type);
-    Severity severity = Severity::Info;
-    parseSeverity(word, severity);
-    return severity;
+    switch (impl_detail::severityOfRuleType(type)) {
+    case impl_detail::Severity::Error:
+        return Severity::Error;
+    case impl_detail::Severity::Warning:
+        return Severity::Warning;
+    case impl_detail::Severity::Info:
+    case impl_detail::Severity::CriticalWarning:
+        break;
+    }
+    return Severity::Info;
 }
 
 QString severityName(Severity severity)
