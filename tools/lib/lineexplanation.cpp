@@ -2,6 +2,7 @@
 
 #include "common/regexpattern.h"
 #include "displaytext.h"
+#include "rules/linematch.h"
 #include "rulesselection.h"
 #include "severity.h"
 
@@ -93,7 +94,9 @@ QString explainLine(const RulesSelection& rules, const std::string& line)
         }
         rows.push_back(row);
     }
-    ZefaMsgParserRule* chosen = impl_detail::FindBestMatchRule(rules.rules, rules.engine, line);
+    // The engine's own decision: the chosen rule, the sub-rule that fired and its fields.
+    const impl_detail::LineMatch found = impl_detail::matchLine(rules.rules, rules.engine, line);
+    const ZefaMsgParserRule* chosen = found.rule;
     text += QStringLiteral("\nRules of the engine, in the order they are tried:\n");
     text += ruleTable(rows, chosen);
 
@@ -104,31 +107,23 @@ QString explainLine(const RulesSelection& rules, const std::string& line)
     text += QStringLiteral("\nChosen:  %1 (type '%2')\n")
                 .arg(displayText(chosen->getName()), displayText(chosen->getType()));
 
-    std::string subType;
-    std::string subId;
-    std::vector<std::pair<std::string, std::string>> fields;
-    const int position = chosen->matchSubRule(line, subType, subId, fields);
     const std::vector<ZefaMsgParserRule::SubRule>& subRules = chosen->getSubRules();
-    if (position < 0) {
+    if (found.subRule < 0) {
         text += QStringLiteral("Sub-rule: none of its %1 sub-rules matches; the line gets no "
                                "message type and no fields\n")
                     .arg(subRules.size());
         return text;
     }
-    // The first sub-rule whose pattern matches is the one that fired.
-    size_t fired = 0;
-    while (fired < subRules.size() && matchPosition(subRules[fired].reg_patten, line) < 0) {
-        ++fired;
-    }
-    const QString label = fired < subRules.size() && !subRules[fired].name.empty()
-        ? QStringLiteral(" '%1'").arg(displayText(subRules[fired].name))
-        : QString();
+    const ZefaMsgParserRule::SubRule& fired = subRules[static_cast<size_t>(found.subRule)];
+    const QString label =
+        fired.name.empty() ? QString() : QStringLiteral(" '%1'").arg(displayText(fired.name));
     text += QStringLiteral("Sub-rule: #%1%2 of %3, type '%4', id '%5', matched at position %6\n")
-                .arg(fired + 1)
+                .arg(found.subRule + 1)
                 .arg(label)
                 .arg(subRules.size())
-                .arg(decode(subType), decode(subId))
-                .arg(position);
+                .arg(decode(found.type), decode(found.id))
+                .arg(found.subRulePosition);
+    const std::vector<std::pair<std::string, std::string>>& fields = found.fields;
     int width = 0;
     for (const auto& field : fields) {
         width = std::max(width, static_cast<int>(field.first.size()));
@@ -138,7 +133,7 @@ QString explainLine(const RulesSelection& rules, const std::string& line)
         text +=
             QStringLiteral("  %1  %2\n").arg(displayText(name), -width).arg(quoted(decode(value)));
     }
-    std::string typeForSeverity = subType;
+    std::string typeForSeverity = found.type;
     if (chosen->getName() == "new-message") {
         typeForSeverity.clear();
         for (const auto& [name, value] : fields) {
