@@ -1,4 +1,4 @@
-#include "engine/asciitext.h"
+#include "common/latin1.h"
 #include "engine/engineeventlistener.h"
 #include "engine/enginemessagehandler.h"
 #include "engine/enginemessagelistener.h"
@@ -19,7 +19,7 @@ namespace zefa::msg_filter {
 using impl_detail::EngineEventListener;
 using impl_detail::EngineMessageHandler;
 using impl_detail::EngineMessageListener;
-using impl_detail::fromHostText;
+using impl_detail::fromLatin1;
 
 namespace {
 
@@ -128,18 +128,22 @@ void EngineMessageManager::onLoadProject()
         return;
     }
 
-    // A failed resolution, and likewise an empty list of names, leaves the file name
-    // empty: the filters are then read from the report directory path itself, which the
-    // store treats as an unreadable file.
+    // A failed resolution leaves the file name empty: the filters are then read from the
+    // report directory path itself, which the store treats as an unreadable file. A
+    // resolution that succeeds with no name at all is a fault of the host's; the load
+    // ends here, as an out-of-range access would end it, without touching the store.
     QString fileName;
     std::vector<std::string> names;
-    if (implementation->resolveReportsFileNameFromId(names, kFilterReportId) && !names.empty()) {
-        fileName = fromHostText(names.front());
+    if (implementation->resolveReportsFileNameFromId(names, kFilterReportId)) {
+        if (names.empty()) {
+            return;
+        }
+        fileName = fromLatin1(names.front());
     }
-    const QDir reportDirectory(fromHostText(implementation->getRunTime()->getOutReportDirectory()));
+    const QDir reportDirectory(fromLatin1(implementation->getRunTime()->getOutReportDirectory()));
     const QString path = reportDirectory.absoluteFilePath(fileName);
 
-    const QString title = fromHostText(implementation->getTitle());
+    const QString title = fromLatin1(implementation->getTitle());
     if (title.isEmpty()) {
         return;
     }

@@ -1,6 +1,6 @@
 #include "rulescan.h"
 
-#include "rules/asciistring.h"
+#include "common/latin1.h"
 
 namespace zefa::msg_filter::impl_detail {
 
@@ -81,7 +81,7 @@ void RuleScan::appendFields(const ZefaMsgParserRule::SubRule& sub, const RegexPa
     for (int group = 1; group < match.captures.size(); ++group) {
         const auto nameIndex = static_cast<std::size_t>(group - 1);
         std::string name = nameIndex < sub.fields.size() ? sub.fields[nameIndex] : std::string();
-        fields.emplace_back(std::move(name), toStdString(match.captures.at(group)));
+        fields.emplace_back(std::move(name), toLatin1(match.captures.at(group)));
     }
 }
 

@@ -1,5 +1,5 @@
+#include "common/latin1.h"
 #include "common/regexpattern.h"
-#include "rules/asciistring.h"
 #include "rules/rulescan.h"
 
 #include <msgfilter/zefamsgparserrule.h>
@@ -10,7 +10,7 @@ namespace {
 
 std::shared_ptr<const RegexPattern> compile(const std::string& pattern)
 {
-    return std::make_shared<const RegexPattern>(toQString(pattern), RegexPattern::Case::Sensitive);
+    return std::make_shared<const RegexPattern>(fromLatin1(pattern), RegexPattern::Case::Sensitive);
 }
 
 } // namespace
