@@ -1,6 +1,5 @@
 #include "lineexplanation.h"
 
-#include "common/regexpattern.h"
 #include "displaytext.h"
 #include "rules/linematch.h"
 #include "rulesselection.h"
@@ -15,22 +14,9 @@ namespace zefa::msg_filter::tool {
 
 namespace {
 
-using impl_detail::RegexPattern;
+using impl_detail::LineMatch;
+using impl_detail::RuleSpan;
 using impl_detail::ZefaMsgParserRule;
-
-// The rules match 8-bit text as Latin-1.
-QString matchText(const std::string& bytes)
-{
-    return QString::fromLatin1(bytes.data(), static_cast<int>(bytes.size()));
-}
-
-// Where a rule's own pattern matches: the engine reports only the length.
-int matchPosition(const std::string& pattern, const std::string& line)
-{
-    return RegexPattern(matchText(pattern))
-        .search(matchText(line), 0, RegexPattern::Captures::Skip)
-        .position;
-}
 
 struct RuleRow {
     std::string name;
@@ -89,13 +75,13 @@ QString explainLine(const RulesSelection& rules, const std::string& line)
         row.name = name;
         row.rule = rules.rules->getRule(name);
         if (row.rule != nullptr) {
-            row.length = row.rule->match(line);
-            row.position = row.length < 0 ? -1 : matchPosition(row.rule->getRegPatten(), line);
+            const RuleSpan span = impl_detail::matchRule(*row.rule, line);
+            row.position = span.position;
+            row.length = span.length;
         }
         rows.push_back(row);
     }
-    // The engine's own decision: the chosen rule, the sub-rule that fired and its fields.
-    const impl_detail::LineMatch found = impl_detail::matchLine(rules.rules, rules.engine, line);
+    const LineMatch found = impl_detail::matchLine(rules.rules, rules.engine, line);
     const ZefaMsgParserRule* chosen = found.rule;
     text += QStringLiteral("\nRules of the engine, in the order they are tried:\n");
     text += ruleTable(rows, chosen);
@@ -123,20 +109,19 @@ QString explainLine(const RulesSelection& rules, const std::string& line)
                 .arg(subRules.size())
                 .arg(decode(found.type), decode(found.id))
                 .arg(found.subRulePosition);
-    const std::vector<std::pair<std::string, std::string>>& fields = found.fields;
     int width = 0;
-    for (const auto& field : fields) {
+    for (const auto& field : found.fields) {
         width = std::max(width, static_cast<int>(field.first.size()));
     }
     text += QStringLiteral("Fields:\n");
-    for (const auto& [name, value] : fields) {
+    for (const auto& [name, value] : found.fields) {
         text +=
             QStringLiteral("  %1  %2\n").arg(displayText(name), -width).arg(quoted(decode(value)));
     }
     std::string typeForSeverity = found.type;
     if (chosen->getName() == "new-message") {
         typeForSeverity.clear();
-        for (const auto& [name, value] : fields) {
+        for (const auto& [name, value] : found.fields) {
             if (name == "type") {
                 typeForSeverity = value;
             }
