@@ -1,0 +1,128 @@
+#include "baselinereader.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QUrl>
+
+namespace zefa::msg_filter::tool {
+
+namespace {
+
+bool severityOfLevel(const QString& level, Severity& severity)
+{
+    if (level == QLatin1String("error")) {
+        severity = Severity::Error;
+    } else if (level == QLatin1String("warning")) {
+        severity = Severity::Warning;
+    } else if (level == QLatin1String("note") || level == QLatin1String("none")) {
+        severity = Severity::Info;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+QString primaryUri(const QJsonObject& result)
+{
+    const QJsonObject location = result.value(QStringLiteral("locations"))
+                                     .toArray()
+                                     .at(0)
+                                     .toObject()
+                                     .value(QStringLiteral("physicalLocation"))
+                                     .toObject()
+                                     .value(QStringLiteral("artifactLocation"))
+                                     .toObject();
+    return QUrl::fromPercentEncoding(location.value(QStringLiteral("uri")).toString().toUtf8());
+}
+
+bool readSarifResult(const QJsonObject& result, ClassifiedMessage& message)
+{
+    const QJsonValue ruleId = result.value(QStringLiteral("ruleId"));
+    const QJsonValue text =
+        result.value(QStringLiteral("message")).toObject().value(QStringLiteral("text"));
+    if (!ruleId.isString() || !text.isString()) {
+        return false;
+    }
+    message = ClassifiedMessage();
+    const QString severity = result.value(QStringLiteral("properties"))
+                                 .toObject()
+                                 .value(QStringLiteral("severity"))
+                                 .toString();
+    if (!parseSeverity(severity, message.severity)
+        && !severityOfLevel(
+            result.value(QStringLiteral("level")).toString(QStringLiteral("warning")),
+            message.severity)) {
+        return false;
+    }
+    message.id = ruleId.toString();
+    message.text = text.toString();
+    // The writer puts the log's own place among the related locations exactly when the
+    // primary location is a source file.
+    if (!result.value(QStringLiteral("relatedLocations")).toArray().isEmpty()) {
+        message.file = primaryUri(result);
+    }
+    return true;
+}
+
+bool readSarif(const QJsonObject& log, std::vector<ClassifiedMessage>& messages, QString& error)
+{
+    const QJsonValue runs = log.value(QStringLiteral("runs"));
+    if (!runs.isArray()) {
+        error = QStringLiteral("SARIF without a 'runs' array");
+        return false;
+    }
+    for (const QJsonValue& run : runs.toArray()) {
+        const QJsonArray results = run.toObject().value(QStringLiteral("results")).toArray();
+        for (int index = 0; index < results.size(); ++index) {
+            const QJsonObject result = results[index].toObject();
+            if (!result.value(QStringLiteral("suppressions")).toArray().isEmpty()) {
+                continue;
+            }
+            ClassifiedMessage message;
+            if (!readSarifResult(result, message)) {
+                error = QStringLiteral("SARIF result %1 has no ruleId, message text or level")
+                            .arg(index + 1);
+                return false;
+            }
+            messages.push_back(std::move(message));
+        }
+    }
+    return true;
+}
+
+bool readJsonl(const QByteArray& content, std::vector<ClassifiedMessage>& messages, QString& error)
+{
+    const QList<QByteArray> lines = content.split('\n');
+    for (int index = 0; index < lines.size(); ++index) {
+        const QByteArray line = lines[index].trimmed();
+        if (line.isEmpty()) {
+            continue;
+        }
+        QJsonParseError parseError {};
+        const QJsonDocument document = QJsonDocument::fromJson(line, &parseError);
+        ClassifiedMessage message;
+        if (!document.isObject() || !fromJsonl(document.object(), message)) {
+            error = QStringLiteral("line %1 is not a message of msgfilter's jsonl or SARIF output")
+                        .arg(index + 1);
+            return false;
+        }
+        messages.push_back(std::move(message));
+    }
+    return true;
+}
+
+} // namespace
+
+bool readBaseline(
+    const QByteArray& content, std::vector<ClassifiedMessage>& messages, QString& error)
+{
+    messages.clear();
+    const QJsonDocument document = QJsonDocument::fromJson(content);
+    if (document.isObject() && document.object().contains(QStringLiteral("runs"))) {
+        return readSarif(document.object(), messages, error);
+    }
+    return readJsonl(content, messages, error);
+}
+
+} // namespace zefa::msg_filter::tool

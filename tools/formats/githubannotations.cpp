@@ -1,0 +1,69 @@
+#include "githubannotations.h"
+
+namespace zefa::msg_filter::tool {
+
+namespace {
+
+QString commandName(Severity severity)
+{
+    switch (severity) {
+    case Severity::Error:
+        return QStringLiteral("error");
+    case Severity::Warning:
+        return QStringLiteral("warning");
+    case Severity::Info:
+    case Severity::None:
+        break;
+    }
+    return QStringLiteral("notice");
+}
+
+} // namespace
+
+GithubAnnotations::GithubAnnotations(SourceUri paths)
+    : m_paths(std::move(paths))
+{
+}
+
+QString GithubAnnotations::escapeData(const QString& text)
+{
+    QString escaped = text;
+    escaped.replace(QLatin1Char('%'), QLatin1String("%25"));
+    escaped.replace(QLatin1Char('\r'), QLatin1String("%0D"));
+    escaped.replace(QLatin1Char('\n'), QLatin1String("%0A"));
+    return escaped;
+}
+
+QString GithubAnnotations::escapeProperty(const QString& text)
+{
+    QString escaped = escapeData(text);
+    escaped.replace(QLatin1Char(':'), QLatin1String("%3A"));
+    escaped.replace(QLatin1Char(','), QLatin1String("%2C"));
+    return escaped;
+}
+
+QString GithubAnnotations::command(const ClassifiedMessage& message) const
+{
+    const bool atSource = message.line > 0;
+    QString properties = QStringLiteral("file=")
+        + escapeProperty(m_paths.relativePath(atSource ? message.file : message.input))
+        + QStringLiteral(",line=") + QString::number(atSource ? message.line : message.logLine);
+    if (atSource && message.column > 0) {
+        properties += QStringLiteral(",col=") + QString::number(message.column);
+    }
+    properties += QStringLiteral(",title=") + escapeProperty(message.id);
+    return QStringLiteral("::") + commandName(message.severity) + QLatin1Char(' ') + properties
+        + QStringLiteral("::") + escapeData(message.text);
+}
+
+void GithubAnnotations::write(
+    const std::vector<ClassifiedMessage>& messages, QIODevice& device) const
+{
+    for (const ClassifiedMessage& message : messages) {
+        if (!message.waived) {
+            device.write((command(message) + QLatin1Char('\n')).toUtf8());
+        }
+    }
+}
+
+} // namespace zefa::msg_filter::tool
