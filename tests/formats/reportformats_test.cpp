@@ -76,7 +76,7 @@ TEST(ReportFormats, MatchTheirGoldenFiles)
     JunitReport::Options junit;
     junit.inputs = QStringList { QStringLiteral("logs/synth.log"), QStringLiteral("logs/route.log"),
         QStringLiteral("logs/empty.log") };
-    junit.failNewAt = Severity::Warning;
+    junit.policy.failOnNew = Severity::Warning;
     expectGolden(written(JunitReport(junit), reviewedMessages()), "reviewed.junit.xml");
 }
 
@@ -238,39 +238,51 @@ TEST(CodeQualityReport, FingerprintsAreUniqueAndEqualTheSarifOnes)
     }
 }
 
-TEST(JunitReport, FailsAtTheThresholdsAndNewOnlyWhereAsked)
+TEST(JunitReport, FailsOnErrorsAndOnWhatFailsTheRun)
 {
+    using S = Severity;
+    using B = BaselineState;
+    const std::optional<Severity> none;
     const struct {
         const char* name;
         Severity severity;
         BaselineState state;
-        Severity failAt;
-        std::optional<Severity> failNewAt;
-        bool fails;
+        bool waived;
+        std::optional<Severity> failOn;
+        std::optional<Severity> failOnNew;
+        bool failsRun;
+        bool failsCase;
     } rows[] = {
-        { "errors fail by default", Severity::Error, BaselineState::None, Severity::Error, {},
+        { "an error fails the case, not the run", S::Error, B::None, false, none, none, false,
             true },
-        { "warnings pass by default", Severity::Warning, BaselineState::None, Severity::Error, {},
+        { "a warning passes without options", S::Warning, B::None, false, none, none, false,
             false },
-        { "warnings fail from --fail-on warning", Severity::Warning, BaselineState::None,
-            Severity::Warning, {}, true },
-        { "info passes --fail-on warning", Severity::Info, BaselineState::None, Severity::Warning,
-            {}, false },
-        { "a new warning fails --fail-on-new warning", Severity::Warning, BaselineState::New,
-            Severity::Error, Severity::Warning, true },
-        { "a known warning passes --fail-on-new warning", Severity::Warning, BaselineState::Known,
-            Severity::Error, Severity::Warning, false },
-        { "a known error still fails", Severity::Error, BaselineState::Known, Severity::Error,
-            Severity::Warning, true },
-        { "a new info passes --fail-on-new warning", Severity::Info, BaselineState::New,
-            Severity::Error, Severity::Warning, false },
+        { "--fail-on warning fails on warnings", S::Warning, B::None, false, S::Warning, none, true,
+            true },
+        { "--fail-on warning passes info", S::Info, B::None, false, S::Warning, none, false,
+            false },
+        { "--fail-on-new fails on a new warning", S::Warning, B::New, false, none, S::Warning, true,
+            true },
+        { "--fail-on-new passes a known warning", S::Warning, B::Known, false, none, S::Warning,
+            false, false },
+        { "--fail-on-new passes a new info", S::Info, B::New, false, none, S::Warning, false,
+            false },
+        { "a known error still fails the case", S::Error, B::Known, false, none, S::Warning, false,
+            true },
+        { "a waived warning fails nothing", S::Warning, B::New, true, S::Info, S::Info, false,
+            false },
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         ClassifiedMessage message = messages()[0];
         message.severity = row.severity;
         message.baseline = row.state;
-        EXPECT_EQ(JunitReport({ {}, row.failAt, row.failNewAt }).fails(message), row.fails);
+        message.waived = row.waived;
+        const FailurePolicy policy { row.failOn, row.failOnNew };
+        EXPECT_EQ(policy.fails(message), row.failsRun);
+        if (!row.waived) {
+            EXPECT_EQ(JunitReport({ {}, policy }).fails(message), row.failsCase);
+        }
     }
 }
 
@@ -279,7 +291,7 @@ TEST(JunitReport, ControlCharactersOfTheLogLeaveWellFormedXml)
     ClassifiedMessage message = messages()[0];
     message.text = QStringLiteral("\x1b[31mred\x1b[0m & <b>");
     const QByteArray xml =
-        written(JunitReport({ { message.input }, Severity::Warning, {} }), { message });
+        written(JunitReport({ { message.input }, { Severity::Warning, {} } }), { message });
     QXmlStreamReader reader(xml);
     QString failure;
     while (!reader.atEnd()) {

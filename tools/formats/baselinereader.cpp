@@ -3,7 +3,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QUrl>
 
 namespace zefa::msg_filter::tool {
 
@@ -23,19 +22,9 @@ bool severityOfLevel(const QString& level, Severity& severity)
     return true;
 }
 
-QString primaryUri(const QJsonObject& result)
-{
-    const QJsonObject location = result.value(QStringLiteral("locations"))
-                                     .toArray()
-                                     .at(0)
-                                     .toObject()
-                                     .value(QStringLiteral("physicalLocation"))
-                                     .toObject()
-                                     .value(QStringLiteral("artifactLocation"))
-                                     .toObject();
-    return QUrl::fromPercentEncoding(location.value(QStringLiteral("uri")).toString().toUtf8());
-}
-
+// The tool's own SARIF keeps the input's name and the fields among a result's properties;
+// from them the message is rebuilt as the run saw it. A result without them still gives
+// id, severity and text.
 bool readSarifResult(const QJsonObject& result, ClassifiedMessage& message)
 {
     const QJsonValue ruleId = result.value(QStringLiteral("ruleId"));
@@ -44,24 +33,22 @@ bool readSarifResult(const QJsonObject& result, ClassifiedMessage& message)
     if (!ruleId.isString() || !text.isString()) {
         return false;
     }
-    message = ClassifiedMessage();
-    const QString severity = result.value(QStringLiteral("properties"))
-                                 .toObject()
-                                 .value(QStringLiteral("severity"))
-                                 .toString();
-    if (!parseSeverity(severity, message.severity)
+    const QJsonObject properties = result.value(QStringLiteral("properties")).toObject();
+    Severity severity = Severity::None;
+    if (!parseSeverity(properties.value(QStringLiteral("severity")).toString(), severity)
         && !severityOfLevel(
-            result.value(QStringLiteral("level")).toString(QStringLiteral("warning")),
-            message.severity)) {
+            result.value(QStringLiteral("level")).toString(QStringLiteral("warning")), severity)) {
         return false;
     }
+    ClassifiedMessage::Fields fields;
+    for (const QJsonValue& pair : properties.value(QStringLiteral("fields")).toArray()) {
+        fields.emplace_back(pair.toArray().at(0).toString(), pair.toArray().at(1).toString());
+    }
+    message = classifiedMessage(properties.value(QStringLiteral("input")).toString(), 0, severity,
+        properties.value(QStringLiteral("rule")).toString(), QString(), std::move(fields),
+        text.toString());
     message.id = ruleId.toString();
     message.text = text.toString();
-    // The writer puts the log's own place among the related locations exactly when the
-    // primary location is a source file.
-    if (!result.value(QStringLiteral("relatedLocations")).toArray().isEmpty()) {
-        message.file = primaryUri(result);
-    }
     return true;
 }
 

@@ -58,11 +58,7 @@ JunitReport::JunitReport(Options options)
 
 bool JunitReport::fails(const ClassifiedMessage& message) const
 {
-    if (message.severity >= m_options.failAt) {
-        return true;
-    }
-    return m_options.failNewAt && message.baseline == BaselineState::New
-        && message.severity >= *m_options.failNewAt;
+    return message.severity == Severity::Error || m_options.policy.fails(message);
 }
 
 void JunitReport::write(const std::vector<ClassifiedMessage>& messages, QIODevice& device) const

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "classifiedmessage.h"
+#include "failurepolicy.h"
 
 #include <QIODevice>
 #include <QStringList>
 
-#include <optional>
 #include <vector>
 
 namespace zefa::msg_filter::tool {
@@ -15,15 +15,13 @@ namespace zefa::msg_filter::tool {
 /// appearance), failing when one of its messages fails, with every message of the case
 /// in the failure text, or in its standard output when it passes.
 ///
-/// A message fails at or above `failAt` (errors by default, the threshold of --fail-on
-/// when lower), and, when it is new against a baseline, at or above `failNewAt`. Waived
-/// messages are left out; an input without messages is an empty suite.
+/// An error always fails; so does whatever makes the run fail (--fail-on, --fail-on-new).
+/// Waived messages are left out; an input without messages is an empty suite.
 class JunitReport {
 public:
     struct Options {
         QStringList inputs;
-        Severity failAt = Severity::Error;
-        std::optional<Severity> failNewAt;
+        FailurePolicy policy;
     };
 
     explicit JunitReport(Options options);

@@ -32,6 +32,21 @@ QString sarifLevel(Severity severity)
     return QStringLiteral("note");
 }
 
+// What a later run needs to read this one back as its baseline, or to waive it.
+QJsonObject properties(const ClassifiedMessage& message)
+{
+    QJsonArray fields;
+    for (const auto& [name, value] : message.fields) {
+        fields.append(QJsonArray { name, value });
+    }
+    return QJsonObject {
+        { QStringLiteral("severity"), severityName(message.severity) },
+        { QStringLiteral("rule"), message.rule },
+        { QStringLiteral("input"), message.input },
+        { QStringLiteral("fields"), fields },
+    };
+}
+
 QJsonObject text(const QString& value)
 {
     return QJsonObject { { QStringLiteral("text"), value } };
@@ -71,9 +86,7 @@ QJsonObject SarifWriter::result(
         { QStringLiteral("message"), text(message.text) },
         { QStringLiteral("partialFingerprints"),
             QJsonObject { { kFingerprintName, fingerprint } } },
-        { QStringLiteral("properties"),
-            QJsonObject { { QStringLiteral("severity"), severityName(message.severity) },
-                { QStringLiteral("rule"), message.rule } } },
+        { QStringLiteral("properties"), properties(message) },
     };
     if (message.line > 0) {
         result.insert(QStringLiteral("locations"),

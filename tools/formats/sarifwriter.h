@@ -18,8 +18,10 @@ namespace zefa::msg_filter::tool {
 /// and a critical warning are "error", a warning "warning", info "note"; the tool's own
 /// word is kept in the result's properties as "severity"), its text, the source place
 /// it names as primary location with the log line among the related locations, or the
-/// log line alone, and a fingerprint that survives moved lines. Waived messages are
-/// suppressed results; with a baseline every result carries "new" or "unchanged".
+/// log line alone, and a fingerprint that survives moved lines. Its properties keep the
+/// tool's severity word, the rule, the input's name and the fields, so that a later run
+/// can take the file as its baseline. Waived messages are suppressed results; with a
+/// baseline every result carries "new" or "unchanged".
 class SarifWriter {
 public:
     struct Options {

@@ -1,0 +1,16 @@
+#include "failurepolicy.h"
+
+namespace zefa::msg_filter::tool {
+
+bool FailurePolicy::fails(const ClassifiedMessage& message) const
+{
+    if (message.waived) {
+        return false;
+    }
+    if (failOn && message.severity >= *failOn) {
+        return true;
+    }
+    return failOnNew && message.baseline == BaselineState::New && message.severity >= *failOnNew;
+}
+
+} // namespace zefa::msg_filter::tool

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "classifiedmessage.h"
+
+#include <optional>
+
+namespace zefa::msg_filter::tool {
+
+/// Which messages make a run fail: those at or above `failOn`, and those new against the
+/// baseline at or above `failOnNew`. A waived message never does.
+struct FailurePolicy {
+    std::optional<Severity> failOn;
+    std::optional<Severity> failOnNew;
+
+    bool fails(const ClassifiedMessage& message) const;
+};
+
+} // namespace zefa::msg_filter::tool

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "baselinematcher.h"
+#include "classifiedmessage.h"
+#include "waiverstep.h"
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace zefa::msg_filter::tool {
+
+/// What a run is compared with: an optional filter file of waivers and an optional
+/// baseline. Marks each message waived or not, and new or known.
+///
+/// Waived messages are matched against the baseline too: a message that is waived now
+/// but was there before is not "fixed".
+class MessageReview {
+public:
+    void setWaivers(std::unique_ptr<WaiverStep> waivers);
+    void setBaseline(const std::vector<ClassifiedMessage>& baseline);
+
+    bool hasWaivers() const { return m_waivers != nullptr; }
+    bool hasBaseline() const { return m_baseline.has_value(); }
+
+    void review(ClassifiedMessage& message);
+
+    /// The baseline messages no message of this run matched; empty without a baseline.
+    std::vector<ClassifiedMessage> fixed() const;
+
+private:
+    std::unique_ptr<WaiverStep> m_waivers;
+    std::optional<BaselineMatcher> m_baseline;
+};
+
+} // namespace zefa::msg_filter::tool
