@@ -1,5 +1,6 @@
 #include "baselinereader.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -44,8 +45,17 @@ bool readSarifResult(const QJsonObject& result, ClassifiedMessage& message)
     for (const QJsonValue& pair : properties.value(QStringLiteral("fields")).toArray()) {
         fields.emplace_back(pair.toArray().at(0).toString(), pair.toArray().at(1).toString());
     }
-    message = classifiedMessage(properties.value(QStringLiteral("input")).toString(), 0, severity,
-        properties.value(QStringLiteral("rule")).toString(), QString(), std::move(fields),
+    // The log's own place is the primary location, or the first related one when the
+    // message names a source place.
+    const QJsonArray related = result.value(QStringLiteral("relatedLocations")).toArray();
+    const QJsonValue logPlace = related.isEmpty()
+        ? result.value(QStringLiteral("locations")).toArray().at(0)
+        : related.at(0);
+    const auto logLine = static_cast<long long>(logPlace[QStringLiteral(
+        "physicalLocation")][QStringLiteral("region")][QStringLiteral("startLine")]
+                                                    .toInt());
+    message = classifiedMessage(properties.value(QStringLiteral("input")).toString(), logLine,
+        severity, properties.value(QStringLiteral("rule")).toString(), QString(), std::move(fields),
         text.toString());
     message.id = ruleId.toString();
     message.text = text.toString();
@@ -110,6 +120,26 @@ bool readBaseline(
         return readSarif(document.object(), messages, error);
     }
     return readJsonl(content, messages, error);
+}
+
+bool readBaselineFile(const QString& path, std::vector<ClassifiedMessage>& messages, QString& error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        error = QStringLiteral("cannot read baseline '%1': %2").arg(path, file.errorString());
+        return false;
+    }
+    const QByteArray content = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        error = QStringLiteral("cannot read baseline '%1': %2").arg(path, file.errorString());
+        return false;
+    }
+    QString reason;
+    if (!readBaseline(content, messages, reason)) {
+        error = QStringLiteral("baseline '%1': %2").arg(path, reason);
+        return false;
+    }
+    return true;
 }
 
 } // namespace zefa::msg_filter::tool

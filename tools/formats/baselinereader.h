@@ -18,4 +18,9 @@ namespace zefa::msg_filter::tool {
 bool readBaseline(
     const QByteArray& content, std::vector<ClassifiedMessage>& messages, QString& error);
 
+/// Reads the baseline file at `path`; false with a one-line reason that names the file
+/// ("cannot read baseline 'PATH': ..." or "baseline 'PATH': ...").
+bool readBaselineFile(
+    const QString& path, std::vector<ClassifiedMessage>& messages, QString& error);
+
 } // namespace zefa::msg_filter::tool

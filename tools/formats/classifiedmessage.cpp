@@ -153,8 +153,10 @@ bool fromJsonl(const QJsonObject& object, ClassifiedMessage& message)
 {
     const QJsonValue fieldsValue = object.value(QStringLiteral("fields"));
     const QJsonValue line = object.value(QStringLiteral("line"));
+    // Line numbers are whole and positive; 2^53 keeps the conversion exact and defined.
+    const double lineNumber = line.toDouble(-1);
     Severity severity = Severity::None;
-    if (!fieldsValue.isArray() || !line.isDouble()
+    if (!fieldsValue.isArray() || !(lineNumber >= 1 && lineNumber <= 9007199254740992.0)
         || !parseSeverity(object.value(QStringLiteral("severity")).toString(), severity)) {
         return false;
     }
@@ -173,7 +175,7 @@ bool fromJsonl(const QJsonObject& object, ClassifiedMessage& message)
         fields.emplace_back(nameAndValue[0].toString(), nameAndValue[1].toString());
     }
     message = classifiedMessage(object.value(QStringLiteral("file")).toString(),
-        static_cast<long long>(line.toDouble()), severity,
+        static_cast<long long>(lineNumber), severity,
         object.value(QStringLiteral("rule")).toString(),
         object.value(QStringLiteral("type")).toString(), std::move(fields),
         object.value(QStringLiteral("text")).toString());

@@ -22,14 +22,20 @@ struct Suite {
     int failures = 0;
 };
 
-// Logs hold control characters (terminal colour codes) that XML 1.0 cannot carry at
-// all, not even escaped; they are dropped.
+// XML 1.0 cannot carry every character, not even escaped: control characters (the
+// colour codes of a terminal log), unpaired surrogates, U+FFFE and U+FFFF. They are
+// dropped; a carriage return goes too, as XML readers would turn it into a line feed.
 QString xmlText(const QString& text)
 {
     QString clean;
     clean.reserve(text.size());
-    for (const QChar c : text) {
-        if (c.unicode() >= 0x20 || c == QLatin1Char('\t') || c == QLatin1Char('\n')) {
+    for (int i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+            clean += c;
+            clean += text[++i];
+        } else if ((c.unicode() >= 0x20 && !c.isSurrogate() && c.unicode() < 0xfffe)
+            || c == QLatin1Char('\t') || c == QLatin1Char('\n')) {
             clean += c;
         }
     }
