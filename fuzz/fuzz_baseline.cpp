@@ -19,17 +19,17 @@ using namespace zefa::msg_filter::tool;
 
 namespace {
 
-QStringList keys(const std::vector<ClassifiedMessage>& messages)
+QStringList keys(const std::vector<ClassifiedLine>& messages)
 {
     QStringList result;
-    for (const ClassifiedMessage& message : messages) {
+    for (const ClassifiedLine& message : messages) {
         result << matchKey(message);
     }
     return result;
 }
 
 template <typename Writer>
-QByteArray written(const Writer& writer, const std::vector<ClassifiedMessage>& messages)
+QByteArray written(const Writer& writer, const std::vector<ClassifiedLine>& messages)
 {
     QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
@@ -61,7 +61,7 @@ extern "C" const char* __lsan_default_suppressions()
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    std::vector<ClassifiedMessage> messages;
+    std::vector<ClassifiedLine> messages;
     QString error;
     if (!readBaseline(QByteArray(reinterpret_cast<const char*>(data), static_cast<int>(size)),
             messages, error)) {
@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     const SourceUri paths(QStringLiteral("/src"), QStringLiteral("/work"));
 
-    std::vector<ClassifiedMessage> again;
+    std::vector<ClassifiedLine> again;
     check(
         readBaseline(written(SarifWriter({ QString(), paths, QString() }), messages), again, error),
         "SARIF reads back");
@@ -79,12 +79,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // jsonl carries no id or message text of its own; they follow from the fields again.
     // Once through jsonl, a message must come back unchanged. A SARIF result of another
     // tool may lack the log line that jsonl needs.
-    const auto asJsonl = [](const std::vector<ClassifiedMessage>& input, bool& everyLogLine) {
+    const auto asJsonl = [](const std::vector<ClassifiedLine>& input, bool& everyLogLine) {
         QByteArray jsonl;
         everyLogLine = true;
-        for (const ClassifiedMessage& message : input) {
+        for (const ClassifiedLine& message : input) {
             jsonl += QJsonDocument(toJsonl(message)).toJson(QJsonDocument::Compact) + '\n';
-            everyLogLine = everyLogLine && message.logLine > 0;
+            everyLogLine = everyLogLine && message.number > 0;
         }
         return jsonl;
     };
@@ -92,14 +92,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QByteArray jsonl = asJsonl(messages, everyLogLine);
     check(readBaseline(jsonl, again, error) == everyLogLine, "jsonl reads back");
     if (everyLogLine) {
-        std::vector<ClassifiedMessage> twice;
+        std::vector<ClassifiedLine> twice;
         check(readBaseline(asJsonl(again, everyLogLine), twice, error), "jsonl reads back twice");
         check(keys(twice) == keys(again), "jsonl reads back to the same messages");
     }
 
     QStringList inputs;
-    for (const ClassifiedMessage& message : messages) {
-        inputs << message.input;
+    for (const ClassifiedLine& message : messages) {
+        inputs << message.file;
     }
     inputs.removeDuplicates();
     QXmlStreamReader junit(written(JunitReport({ inputs, {} }), messages));

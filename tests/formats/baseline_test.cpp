@@ -16,25 +16,25 @@ using formatsamples::messages;
 
 namespace {
 
-QStringList keys(const std::vector<ClassifiedMessage>& input)
+QStringList keys(const std::vector<ClassifiedLine>& input)
 {
     QStringList result;
-    for (const ClassifiedMessage& message : input) {
+    for (const ClassifiedLine& message : input) {
         result << matchKey(message);
     }
     return result;
 }
 
-QByteArray jsonl(const std::vector<ClassifiedMessage>& input)
+QByteArray jsonl(const std::vector<ClassifiedLine>& input)
 {
     QByteArray text;
-    for (const ClassifiedMessage& message : input) {
+    for (const ClassifiedLine& message : input) {
         text += QJsonDocument(toJsonl(message)).toJson(QJsonDocument::Compact) + '\n';
     }
     return text;
 }
 
-QByteArray sarif(const std::vector<ClassifiedMessage>& input)
+QByteArray sarif(const std::vector<ClassifiedLine>& input)
 {
     SarifWriter::Options options;
     options.uris = formatsamples::ciPaths();
@@ -67,51 +67,51 @@ TEST(MessageKey, NumbersThatChangeBetweenRunsAreLeftOut)
 
 TEST(MessageKey, WhatTwoRunsMustShare)
 {
-    const ClassifiedMessage base = messages()[2]; // a tag with a source place
+    const ClassifiedLine base = messages()[2]; // a tag with a source place
     const struct {
         const char* name;
-        void (*change)(ClassifiedMessage&);
+        void (*change)(ClassifiedLine&);
         bool same;
     } rows[] = {
-        { "log line moved", [](ClassifiedMessage& m) { m.logLine += 40; }, true },
-        { "source line and column moved", [](ClassifiedMessage& m) { m.line = 50, m.column = 3; },
+        { "log line moved", [](ClassifiedLine& m) { m.number += 40; }, true },
+        { "source line and column moved",
+            [](ClassifiedLine& m) { m.sourceLine = 50, m.sourceColumn = 3; }, true },
+        { "another input name", [](ClassifiedLine& m) { m.file = QStringLiteral("other/run.log"); },
             true },
-        { "another input name",
-            [](ClassifiedMessage& m) { m.input = QStringLiteral("other/run.log"); }, true },
         { "source file in another folder",
-            [](ClassifiedMessage& m) { m.file = QStringLiteral("C:\\checkout\\rtl\\top.v"); },
+            [](ClassifiedLine& m) { m.sourceFile = QStringLiteral("C:\\checkout\\rtl\\top.v"); },
             true },
         { "a number in the text",
-            [](ClassifiedMessage& m) { m.text += QStringLiteral(" (3 bits)"); }, false },
+            [](ClassifiedLine& m) { m.message += QStringLiteral(" (3 bits)"); }, false },
         { "another source file",
-            [](ClassifiedMessage& m) { m.file = QStringLiteral("/work/ci/rtl/bottom.v"); }, false },
-        { "another id", [](ClassifiedMessage& m) { m.id = QStringLiteral("Synth 8-328"); }, false },
-        { "another severity", [](ClassifiedMessage& m) { m.severity = Severity::Error; }, false },
+            [](ClassifiedLine& m) { m.sourceFile = QStringLiteral("/work/ci/rtl/bottom.v"); },
+            false },
+        { "another id", [](ClassifiedLine& m) { m.id = QStringLiteral("Synth 8-328"); }, false },
+        { "another severity", [](ClassifiedLine& m) { m.severity = Severity::Error; }, false },
         { "another name in the text",
-            [](ClassifiedMessage& m) {
-                m.text.replace(QStringLiteral("q_reg"), QStringLiteral("r_reg"));
+            [](ClassifiedLine& m) {
+                m.message.replace(QStringLiteral("q_reg"), QStringLiteral("r_reg"));
             },
             false },
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        ClassifiedMessage changed = base;
+        ClassifiedLine changed = base;
         row.change(changed);
         EXPECT_EQ(matchKey(changed) == matchKey(base), row.same);
     }
-    ClassifiedMessage renumbered = base;
-    renumbered.text = QStringLiteral("inferring latch for variable 'q_reg' (4 bits)");
-    ClassifiedMessage counted = base;
-    counted.text = QStringLiteral("inferring latch for variable 'q_reg' (12 bits)");
+    ClassifiedLine renumbered = base;
+    renumbered.message = QStringLiteral("inferring latch for variable 'q_reg' (4 bits)");
+    ClassifiedLine counted = base;
+    counted.message = QStringLiteral("inferring latch for variable 'q_reg' (12 bits)");
     EXPECT_EQ(matchKey(renumbered), matchKey(counted));
 }
 
 TEST(BaselineMatcher, MatchesCountedAndListsWhatIsGone)
 {
-    const std::vector<ClassifiedMessage> sample = messages();
+    const std::vector<ClassifiedLine> sample = messages();
     // The baseline has message 1 twice and lacks message 2; message 4 is gone now.
-    std::vector<ClassifiedMessage> baseline { sample[0], sample[1], sample[1], sample[3],
-        sample[4] };
+    std::vector<ClassifiedLine> baseline { sample[0], sample[1], sample[1], sample[3], sample[4] };
     BaselineMatcher matcher(baseline);
     const struct {
         size_t message;
@@ -132,15 +132,15 @@ TEST(BaselineMatcher, MatchesCountedAndListsWhatIsGone)
 
 TEST(BaselineReader, ReadsBackJsonlAndSarifOfAnEarlierRun)
 {
-    std::vector<ClassifiedMessage> withWaived = messages();
+    std::vector<ClassifiedLine> withWaived = messages();
     withWaived[1].waived = true;
-    std::vector<ClassifiedMessage> unwaived = messages();
+    std::vector<ClassifiedLine> unwaived = messages();
     unwaived.erase(unwaived.begin() + 1);
 
     const struct {
         const char* name;
         QByteArray content;
-        std::vector<ClassifiedMessage> expected;
+        std::vector<ClassifiedLine> expected;
     } rows[] = {
         { "jsonl", jsonl(messages()), messages() },
         { "jsonl with CR LF and blank lines", jsonl(messages()).replace("\n", "\r\n\r\n"),
@@ -151,7 +151,7 @@ TEST(BaselineReader, ReadsBackJsonlAndSarifOfAnEarlierRun)
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        std::vector<ClassifiedMessage> read;
+        std::vector<ClassifiedLine> read;
         QString error;
         ASSERT_TRUE(readBaseline(row.content, read, error)) << error.toStdString();
         EXPECT_EQ(keys(read), keys(row.expected));
@@ -183,7 +183,7 @@ TEST(BaselineReader, RefusesWhatIsNotAnEarlierRun)
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        std::vector<ClassifiedMessage> read;
+        std::vector<ClassifiedLine> read;
         QString error;
         EXPECT_FALSE(readBaseline(row.content, read, error));
         EXPECT_EQ(error.toStdString(), row.error);

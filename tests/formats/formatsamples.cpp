@@ -10,10 +10,10 @@ using namespace zefa::msg_filter::tool;
 
 namespace {
 
-ClassifiedMessage make(const char* input, long long line, Severity severity, const char* rule,
-    const char* type, ClassifiedMessage::Fields fields, const char* raw)
+ClassifiedLine make(const char* input, long long line, Severity severity, const char* rule,
+    const char* type, ClassifiedLine::Fields fields, const char* raw)
 {
-    return classifiedMessage(QString::fromUtf8(input), line, severity, QString::fromUtf8(rule),
+    return classifiedLine(QString::fromUtf8(input), line, severity, QString::fromUtf8(rule),
         QString::fromUtf8(type), std::move(fields), QString::fromUtf8(raw));
 }
 
@@ -24,7 +24,7 @@ QString q(const char* text)
 
 } // namespace
 
-std::vector<ClassifiedMessage> messages()
+std::vector<ClassifiedLine> messages()
 {
     return {
         make("logs/synth.log", 7, Severity::Warning, "bracket-tag-message", "message:warning",
@@ -59,12 +59,12 @@ std::vector<ClassifiedMessage> messages()
     };
 }
 
-std::vector<ClassifiedMessage> reviewedMessages()
+std::vector<ClassifiedLine> reviewedMessages()
 {
-    std::vector<ClassifiedMessage> reviewed = messages();
-    for (ClassifiedMessage& message : reviewed) {
-        message.baseline = message.logLine == 15 || message.logLine == 20 ? BaselineState::New
-                                                                          : BaselineState::Known;
+    std::vector<ClassifiedLine> reviewed = messages();
+    for (ClassifiedLine& message : reviewed) {
+        message.baseline = message.number == 15 || message.number == 20 ? BaselineState::New
+                                                                        : BaselineState::Known;
     }
     reviewed[1].waived = true;
     return reviewed;

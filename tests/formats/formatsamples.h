@@ -14,11 +14,11 @@
 // path with a blank, one id in two inputs.
 namespace formatsamples {
 
-using zefa::msg_filter::tool::ClassifiedMessage;
+using zefa::msg_filter::tool::ClassifiedLine;
 
-std::vector<ClassifiedMessage> messages();
+std::vector<ClassifiedLine> messages();
 /// The same messages marked as a run against a baseline, with one waived.
-std::vector<ClassifiedMessage> reviewedMessages();
+std::vector<ClassifiedLine> reviewedMessages();
 /// Paths as a CI job at /work/ci with that folder as source root resolves them.
 zefa::msg_filter::tool::SourceUri ciPaths();
 

@@ -26,7 +26,7 @@ using formatsamples::reviewedMessages;
 namespace {
 
 template <typename Writer>
-QByteArray written(const Writer& writer, const std::vector<ClassifiedMessage>& input)
+QByteArray written(const Writer& writer, const std::vector<ClassifiedLine>& input)
 {
     QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
@@ -57,7 +57,7 @@ SarifWriter::Options sarifOptions()
     return options;
 }
 
-QJsonObject sarifRun(const std::vector<ClassifiedMessage>& input, SarifWriter::Options options)
+QJsonObject sarifRun(const std::vector<ClassifiedLine>& input, SarifWriter::Options options)
 {
     return SarifWriter(std::move(options))
         .document(input)[QStringLiteral("runs")]
@@ -93,7 +93,7 @@ TEST(SarifWriter, LevelsKeepTheToolsOwnSeverityInProperties)
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        ClassifiedMessage message = messages()[0];
+        ClassifiedLine message = messages()[0];
         message.severity = row.severity;
         const QJsonObject run = sarifRun({ message }, sarifOptions());
         const QJsonObject result = run[QStringLiteral("results")].toArray()[0].toObject();
@@ -131,7 +131,7 @@ TEST(SarifWriter, OneRulePerIdAndResultsPointAtTheirRule)
 
 TEST(SarifWriter, FingerprintsIgnoreMovedLinesAndTellRepeatsApart)
 {
-    const auto fingerprints = [](const std::vector<ClassifiedMessage>& input) {
+    const auto fingerprints = [](const std::vector<ClassifiedLine>& input) {
         QStringList values;
         for (const QJsonValue& result :
             sarifRun(input, sarifOptions())[QStringLiteral("results")].toArray()) {
@@ -140,14 +140,14 @@ TEST(SarifWriter, FingerprintsIgnoreMovedLinesAndTellRepeatsApart)
         }
         return values;
     };
-    std::vector<ClassifiedMessage> moved = messages();
-    for (ClassifiedMessage& message : moved) {
-        message.logLine += 100;
-        message.line = message.line > 0 ? message.line + 3 : 0;
+    std::vector<ClassifiedLine> moved = messages();
+    for (ClassifiedLine& message : moved) {
+        message.number += 100;
+        message.sourceLine = message.sourceLine > 0 ? message.sourceLine + 3 : 0;
     }
     EXPECT_EQ(fingerprints(moved), fingerprints(messages()));
 
-    std::vector<ClassifiedMessage> repeated { messages()[1], messages()[1] };
+    std::vector<ClassifiedLine> repeated { messages()[1], messages()[1] };
     const QStringList twice = fingerprints(repeated);
     EXPECT_NE(twice[0], twice[1]);
     EXPECT_EQ(twice[0], fingerprints({ messages()[1] })[0]);
@@ -222,7 +222,7 @@ TEST(GithubAnnotations, EscapesWhatTheRunnerReadsAsSyntax)
 
 TEST(CodeQualityReport, FingerprintsAreUniqueAndEqualTheSarifOnes)
 {
-    std::vector<ClassifiedMessage> input = messages();
+    std::vector<ClassifiedLine> input = messages();
     input.push_back(messages()[0]);
     const QJsonArray issues = CodeQualityReport(ciPaths()).issues(input);
     const QJsonArray results = sarifRun(input, sarifOptions())[QStringLiteral("results")].toArray();
@@ -274,7 +274,7 @@ TEST(JunitReport, FailsOnErrorsAndOnWhatFailsTheRun)
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        ClassifiedMessage message = messages()[0];
+        ClassifiedLine message = messages()[0];
         message.severity = row.severity;
         message.baseline = row.state;
         message.waived = row.waived;
@@ -288,10 +288,10 @@ TEST(JunitReport, FailsOnErrorsAndOnWhatFailsTheRun)
 
 TEST(JunitReport, ControlCharactersOfTheLogLeaveWellFormedXml)
 {
-    ClassifiedMessage message = messages()[0];
-    message.text = QStringLiteral("\x1b[31mred\x1b[0m & <b>");
+    ClassifiedLine message = messages()[0];
+    message.message = QStringLiteral("\x1b[31mred\x1b[0m & <b>");
     const QByteArray xml =
-        written(JunitReport({ { message.input }, { Severity::Warning, {} } }), { message });
+        written(JunitReport({ { message.file }, { Severity::Warning, {} } }), { message });
     QXmlStreamReader reader(xml);
     QString failure;
     while (!reader.atEnd()) {
@@ -307,10 +307,10 @@ TEST(JunitReport, ControlCharactersOfTheLogLeaveWellFormedXml)
 TEST(MessageSummary, GroupsSortsAndCountsWaivedApart)
 {
     MessageSummary summary(MessageSummary::GroupBy::Id);
-    for (const ClassifiedMessage& message : reviewedMessages()) {
+    for (const ClassifiedLine& message : reviewedMessages()) {
         summary.add(message);
     }
-    std::vector<ClassifiedMessage> fixed { messages()[4] };
+    std::vector<ClassifiedLine> fixed { messages()[4] };
     summary.setFixed(fixed);
     expectGolden(summary.text(true, true).toUtf8(), "reviewed.summary.txt");
 
@@ -340,7 +340,7 @@ TEST(MessageSummary, GroupsByInputAndByRule)
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         MessageSummary summary(row.groupBy);
-        for (const ClassifiedMessage& message : messages()) {
+        for (const ClassifiedLine& message : messages()) {
             summary.add(message);
         }
         QStringList keys;

@@ -36,10 +36,10 @@ protected:
     }
 
     // Which of `input` the filter waives, as a string of 'w' and '-'.
-    static std::string waived(WaiverStep& step, const std::vector<ClassifiedMessage>& input)
+    static std::string waived(WaiverStep& step, const std::vector<ClassifiedLine>& input)
     {
         std::string marks;
-        for (const ClassifiedMessage& message : input) {
+        for (const ClassifiedLine& message : input) {
             marks += step.isWaived(message) ? 'w' : '-';
         }
         return marks;
@@ -101,10 +101,10 @@ TEST_F(WaiverTest, AcceptingARunWaivesExactlyItsMessages)
     EXPECT_EQ(waived(step, messages()), "www-www");
 
     // A message is waived with its own text, in its own input only.
-    ClassifiedMessage otherText = messages()[0];
-    otherText.text = QStringLiteral("design uart_tx has unconnected port dbg_o[4]");
-    ClassifiedMessage otherInput = messages()[1];
-    otherInput.input = QStringLiteral("logs/route.log");
+    ClassifiedLine otherText = messages()[0];
+    otherText.message = QStringLiteral("design uart_tx has unconnected port dbg_o[4]");
+    ClassifiedLine otherInput = messages()[1];
+    otherInput.file = QStringLiteral("logs/route.log");
     EXPECT_EQ(waived(step, { otherText, otherInput }), "--");
 }
 
@@ -121,8 +121,8 @@ TEST_F(WaiverTest, AcceptingIdsWaivesTheirLaterMessagesToo)
     ASSERT_TRUE(byId.save(path("waivers.xml"), QStringLiteral("ids"), error));
     WaiverStep step;
     ASSERT_TRUE(step.load(path("waivers.xml"), QString(), error));
-    ClassifiedMessage otherText = messages()[0];
-    otherText.text = QStringLiteral("design uart_tx has unconnected port dbg_o[4]");
+    ClassifiedLine otherText = messages()[0];
+    otherText.message = QStringLiteral("design uart_tx has unconnected port dbg_o[4]");
     EXPECT_EQ(waived(step, { otherText }), "w");
 }
 

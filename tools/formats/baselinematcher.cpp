@@ -6,7 +6,7 @@
 
 namespace zefa::msg_filter::tool {
 
-BaselineMatcher::BaselineMatcher(const std::vector<ClassifiedMessage>& baseline)
+BaselineMatcher::BaselineMatcher(const std::vector<ClassifiedLine>& baseline)
     : m_baseline(baseline)
 {
     for (size_t index = 0; index < m_baseline.size(); ++index) {
@@ -14,7 +14,7 @@ BaselineMatcher::BaselineMatcher(const std::vector<ClassifiedMessage>& baseline)
     }
 }
 
-BaselineState BaselineMatcher::match(const ClassifiedMessage& message)
+BaselineState BaselineMatcher::match(const ClassifiedLine& message)
 {
     const auto found = m_unmatched.find(matchKey(message));
     if (found == m_unmatched.end() || found->second.empty()) {
@@ -24,14 +24,14 @@ BaselineState BaselineMatcher::match(const ClassifiedMessage& message)
     return BaselineState::Known;
 }
 
-std::vector<ClassifiedMessage> BaselineMatcher::fixed() const
+std::vector<ClassifiedLine> BaselineMatcher::fixed() const
 {
     std::vector<size_t> indexes;
     for (const auto& entry : m_unmatched) {
         indexes.insert(indexes.end(), entry.second.begin(), entry.second.end());
     }
     std::sort(indexes.begin(), indexes.end());
-    std::vector<ClassifiedMessage> result;
+    std::vector<ClassifiedLine> result;
     result.reserve(indexes.size());
     for (size_t index : indexes) {
         result.push_back(m_baseline[index]);

@@ -16,16 +16,16 @@ namespace zefa::msg_filter::tool {
 /// new. Whatever the run leaves unmatched is fixed, in baseline order.
 class BaselineMatcher {
 public:
-    explicit BaselineMatcher(const std::vector<ClassifiedMessage>& baseline);
+    explicit BaselineMatcher(const std::vector<ClassifiedLine>& baseline);
 
     /// New or Known; a known message uses up one baseline message of its key.
-    BaselineState match(const ClassifiedMessage& message);
+    BaselineState match(const ClassifiedLine& message);
 
     /// The baseline messages no message of this run has matched so far.
-    std::vector<ClassifiedMessage> fixed() const;
+    std::vector<ClassifiedLine> fixed() const;
 
 private:
-    std::vector<ClassifiedMessage> m_baseline;
+    std::vector<ClassifiedLine> m_baseline;
     std::map<QString, std::deque<size_t>> m_unmatched; // key -> indexes into m_baseline
 };
 

@@ -26,7 +26,7 @@ bool severityOfLevel(const QString& level, Severity& severity)
 // The tool's own SARIF keeps the input's name and the fields among a result's properties;
 // from them the message is rebuilt as the run saw it. A result without them still gives
 // id, severity and text.
-bool readSarifResult(const QJsonObject& result, ClassifiedMessage& message)
+bool readSarifResult(const QJsonObject& result, ClassifiedLine& message)
 {
     const QJsonValue ruleId = result.value(QStringLiteral("ruleId"));
     const QJsonValue text =
@@ -41,7 +41,7 @@ bool readSarifResult(const QJsonObject& result, ClassifiedMessage& message)
             result.value(QStringLiteral("level")).toString(QStringLiteral("warning")), severity)) {
         return false;
     }
-    ClassifiedMessage::Fields fields;
+    ClassifiedLine::Fields fields;
     for (const QJsonValue& pair : properties.value(QStringLiteral("fields")).toArray()) {
         fields.emplace_back(pair.toArray().at(0).toString(), pair.toArray().at(1).toString());
     }
@@ -54,15 +54,15 @@ bool readSarifResult(const QJsonObject& result, ClassifiedMessage& message)
     const auto logLine = static_cast<long long>(logPlace[QStringLiteral(
         "physicalLocation")][QStringLiteral("region")][QStringLiteral("startLine")]
                                                     .toInt());
-    message = classifiedMessage(properties.value(QStringLiteral("input")).toString(), logLine,
+    message = classifiedLine(properties.value(QStringLiteral("input")).toString(), logLine,
         severity, properties.value(QStringLiteral("rule")).toString(), QString(), std::move(fields),
         text.toString());
     message.id = ruleId.toString();
-    message.text = text.toString();
+    message.message = text.toString();
     return true;
 }
 
-bool readSarif(const QJsonObject& log, std::vector<ClassifiedMessage>& messages, QString& error)
+bool readSarif(const QJsonObject& log, std::vector<ClassifiedLine>& messages, QString& error)
 {
     const QJsonValue runs = log.value(QStringLiteral("runs"));
     if (!runs.isArray()) {
@@ -76,7 +76,7 @@ bool readSarif(const QJsonObject& log, std::vector<ClassifiedMessage>& messages,
             if (!result.value(QStringLiteral("suppressions")).toArray().isEmpty()) {
                 continue;
             }
-            ClassifiedMessage message;
+            ClassifiedLine message;
             if (!readSarifResult(result, message)) {
                 error = QStringLiteral("SARIF result %1 has no ruleId, message text or level")
                             .arg(index + 1);
@@ -88,7 +88,7 @@ bool readSarif(const QJsonObject& log, std::vector<ClassifiedMessage>& messages,
     return true;
 }
 
-bool readJsonl(const QByteArray& content, std::vector<ClassifiedMessage>& messages, QString& error)
+bool readJsonl(const QByteArray& content, std::vector<ClassifiedLine>& messages, QString& error)
 {
     const QList<QByteArray> lines = content.split('\n');
     for (int index = 0; index < lines.size(); ++index) {
@@ -98,7 +98,7 @@ bool readJsonl(const QByteArray& content, std::vector<ClassifiedMessage>& messag
         }
         QJsonParseError parseError {};
         const QJsonDocument document = QJsonDocument::fromJson(line, &parseError);
-        ClassifiedMessage message;
+        ClassifiedLine message;
         if (!document.isObject() || !fromJsonl(document.object(), message)) {
             error = QStringLiteral("line %1 is not a message of msgfilter's jsonl or SARIF output")
                         .arg(index + 1);
@@ -111,8 +111,7 @@ bool readJsonl(const QByteArray& content, std::vector<ClassifiedMessage>& messag
 
 } // namespace
 
-bool readBaseline(
-    const QByteArray& content, std::vector<ClassifiedMessage>& messages, QString& error)
+bool readBaseline(const QByteArray& content, std::vector<ClassifiedLine>& messages, QString& error)
 {
     messages.clear();
     const QJsonDocument document = QJsonDocument::fromJson(content);
@@ -122,7 +121,7 @@ bool readBaseline(
     return readJsonl(content, messages, error);
 }
 
-bool readBaselineFile(const QString& path, std::vector<ClassifiedMessage>& messages, QString& error)
+bool readBaselineFile(const QString& path, std::vector<ClassifiedLine>& messages, QString& error)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {

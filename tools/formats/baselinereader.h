@@ -15,12 +15,10 @@ namespace zefa::msg_filter::tool {
 ///
 /// Returns false with a short reason in `error` (without the file's name) when the
 /// content is neither: a line that is not a message object, a truncated document.
-bool readBaseline(
-    const QByteArray& content, std::vector<ClassifiedMessage>& messages, QString& error);
+bool readBaseline(const QByteArray& content, std::vector<ClassifiedLine>& messages, QString& error);
 
 /// Reads the baseline file at `path`; false with a one-line reason that names the file
 /// ("cannot read baseline 'PATH': ..." or "baseline 'PATH': ...").
-bool readBaselineFile(
-    const QString& path, std::vector<ClassifiedMessage>& messages, QString& error);
+bool readBaselineFile(const QString& path, std::vector<ClassifiedLine>& messages, QString& error);
 
 } // namespace zefa::msg_filter::tool

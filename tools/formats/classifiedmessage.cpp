@@ -58,7 +58,7 @@ QString structuredText(const QString& id, const std::vector<std::string>& argume
 
 } // namespace
 
-std::vector<std::string> structuredArguments(const ClassifiedMessage::Fields& fields)
+std::vector<std::string> structuredArguments(const ClassifiedLine::Fields& fields)
 {
     impl_detail::EngineMessageHandler::FieldList hostFields;
     for (const auto& [name, value] : fields) {
@@ -76,12 +76,12 @@ std::vector<std::string> structuredArguments(const ClassifiedMessage::Fields& fi
     return arguments;
 }
 
-bool ClassifiedMessage::isStructured() const
+bool ClassifiedLine::isStructured() const
 {
     return rule == kStructuredRule;
 }
 
-QString ClassifiedMessage::field(const QString& name) const
+QString ClassifiedLine::field(const QString& name) const
 {
     for (const auto& [fieldName, value] : fields) {
         if (fieldName == name) {
@@ -91,55 +91,59 @@ QString ClassifiedMessage::field(const QString& name) const
     return {};
 }
 
-ClassifiedMessage classifiedMessage(const QString& input, long long logLine, Severity severity,
-    const QString& rule, const QString& type, ClassifiedMessage::Fields fields,
-    const QString& rawLine)
+void describeMessage(ClassifiedLine& line)
 {
-    ClassifiedMessage message;
-    message.input = input;
-    message.logLine = logLine;
-    message.severity = severity;
-    message.rule = rule;
-    message.type = type;
-    message.fields = std::move(fields);
-    message.rawLine = rawLine;
+    line.id.clear();
     for (const char* name : kIdFields) {
-        message.id = message.field(QLatin1String(name)).trimmed();
-        if (!message.id.isEmpty()) {
+        line.id = line.field(QLatin1String(name)).trimmed();
+        if (!line.id.isEmpty()) {
             break;
         }
     }
-    if (message.id.isEmpty()) {
-        message.id = genericId(severity);
+    if (line.id.isEmpty()) {
+        line.id = genericId(line.severity);
     }
-    message.text = message.isStructured()
-        ? structuredText(message.id, structuredArguments(message.fields))
-        : message.field(QStringLiteral("text")).trimmed();
-    if (message.text.isEmpty()) {
-        message.text = rawLine.trimmed();
+    line.message = line.isStructured() ? structuredText(line.id, structuredArguments(line.fields))
+                                       : line.field(QStringLiteral("text")).trimmed();
+    if (line.message.isEmpty()) {
+        line.message = line.text.trimmed();
     }
-    message.file = message.field(QStringLiteral("file")).trimmed();
-    if (!message.file.isEmpty()) {
-        message.line = positiveNumber(message.field(QStringLiteral("line")));
-        message.column = positiveNumber(message.field(QStringLiteral("column")));
-    }
-    return message;
+    line.sourceFile = line.field(QStringLiteral("file")).trimmed();
+    line.sourceLine =
+        line.sourceFile.isEmpty() ? 0 : positiveNumber(line.field(QStringLiteral("line")));
+    line.sourceColumn =
+        line.sourceLine == 0 ? 0 : positiveNumber(line.field(QStringLiteral("column")));
 }
 
-QJsonObject toJsonl(const ClassifiedMessage& message)
+ClassifiedLine classifiedLine(const QString& file, long long number, Severity severity,
+    const QString& rule, const QString& type, ClassifiedLine::Fields fields, const QString& text)
+{
+    ClassifiedLine line;
+    line.file = file;
+    line.number = number;
+    line.severity = severity;
+    line.rule = rule;
+    line.type = type;
+    line.fields = std::move(fields);
+    line.text = text;
+    describeMessage(line);
+    return line;
+}
+
+QJsonObject toJsonl(const ClassifiedLine& message)
 {
     QJsonArray fields;
     for (const auto& [name, value] : message.fields) {
         fields.append(QJsonArray { name, value });
     }
     QJsonObject object {
-        { QStringLiteral("file"), message.input },
-        { QStringLiteral("line"), static_cast<double>(message.logLine) },
+        { QStringLiteral("file"), message.file },
+        { QStringLiteral("line"), static_cast<double>(message.number) },
         { QStringLiteral("severity"), severityName(message.severity) },
         { QStringLiteral("rule"), message.rule },
         { QStringLiteral("type"), message.type },
         { QStringLiteral("fields"), fields },
-        { QStringLiteral("text"), message.rawLine },
+        { QStringLiteral("text"), message.text },
     };
     if (message.baseline != BaselineState::None) {
         object.insert(QStringLiteral("baseline"),
@@ -149,7 +153,7 @@ QJsonObject toJsonl(const ClassifiedMessage& message)
     return object;
 }
 
-bool fromJsonl(const QJsonObject& object, ClassifiedMessage& message)
+bool fromJsonl(const QJsonObject& object, ClassifiedLine& message)
 {
     const QJsonValue fieldsValue = object.value(QStringLiteral("fields"));
     const QJsonValue line = object.value(QStringLiteral("line"));
@@ -165,7 +169,7 @@ bool fromJsonl(const QJsonObject& object, ClassifiedMessage& message)
             return false;
         }
     }
-    ClassifiedMessage::Fields fields;
+    ClassifiedLine::Fields fields;
     for (const QJsonValue& pair : fieldsValue.toArray()) {
         const QJsonArray nameAndValue = pair.toArray();
         if (nameAndValue.size() != 2 || !nameAndValue[0].isString()
@@ -174,7 +178,7 @@ bool fromJsonl(const QJsonObject& object, ClassifiedMessage& message)
         }
         fields.emplace_back(nameAndValue[0].toString(), nameAndValue[1].toString());
     }
-    message = classifiedMessage(object.value(QStringLiteral("file")).toString(),
+    message = classifiedLine(object.value(QStringLiteral("file")).toString(),
         static_cast<long long>(lineNumber), severity,
         object.value(QStringLiteral("rule")).toString(),
         object.value(QStringLiteral("type")).toString(), std::move(fields),

@@ -18,32 +18,35 @@ enum class BaselineState {
     Known, ///< in the baseline
 };
 
-/// One recognised line of one input, as every output format and gate sees it.
+/// One line the rules recognised, as every output format, gate and review sees it.
 ///
+/// `file`, `number` and `text` are where and what the line is in its input (the input's
+/// name as given, "-" for standard input; 1-based; the line without its line end).
 /// `id` is the message's own id (the structured format's id, a bracket tag such as
 /// "Synth 8-327", a numbered message's number); a line without one is filed under the
 /// generic catalogue id of its severity ("9990" error, "9991" warning and critical
-/// warning, "9992" info), as the engine side files it. `text` is the message without its
+/// warning, "9992" info), as the engine side files it. `message` is the text without
 /// severity tag and id when the rule cuts out a text, for a structured line the
 /// catalogue's text for its id and arguments (the arguments when the catalogue does not
-/// know the id), otherwise the whole line trimmed.
-/// `file`, `line` and `column` are the source place the message names (empty and 0 when
-/// it names none); `input` and `logLine` are where the message stands in the log.
-struct ClassifiedMessage {
+/// know the id), otherwise the whole line trimmed. `sourceFile`, `sourceLine` and
+/// `sourceColumn` are the source place the message names (empty and 0 when it names
+/// none, or no line).
+struct ClassifiedLine {
     using Fields = std::vector<std::pair<QString, QString>>;
 
-    QString input;
-    long long logLine = 0;
+    QString file;
+    long long number = 0;
     Severity severity = Severity::None;
     QString rule;
     QString type;
-    QString id;
+    Fields fields; ///< in the order of the sub-rule
     QString text;
-    QString file;
-    long long line = 0;
-    long long column = 0;
-    Fields fields;
-    QString rawLine;
+
+    QString id;
+    QString message;
+    QString sourceFile;
+    long long sourceLine = 0;
+    long long sourceColumn = 0;
     BaselineState baseline = BaselineState::None;
     bool waived = false;
 
@@ -55,19 +58,20 @@ struct ClassifiedMessage {
 
 /// The decoded dynamic arguments of a structured line's fields, as the engine side
 /// decodes them.
-std::vector<std::string> structuredArguments(const ClassifiedMessage::Fields& fields);
+std::vector<std::string> structuredArguments(const ClassifiedLine::Fields& fields);
 
-/// Builds a message from what the rules produced for one line: derives id, text and
-/// source place from the fields.
-ClassifiedMessage classifiedMessage(const QString& input, long long logLine, Severity severity,
-    const QString& rule, const QString& type, ClassifiedMessage::Fields fields,
-    const QString& rawLine);
+/// Derives id, message and source place of a line from its fields.
+void describeMessage(ClassifiedLine& line);
+
+/// A line as the rules produced it, described.
+ClassifiedLine classifiedLine(const QString& file, long long number, Severity severity,
+    const QString& rule, const QString& type, ClassifiedLine::Fields fields, const QString& text);
 
 /// The object `classify --format jsonl` writes for a message.
-QJsonObject toJsonl(const ClassifiedMessage& message);
+QJsonObject toJsonl(const ClassifiedLine& message);
 
 /// Reads an object written by toJsonl back; false when it lacks a member or has one of
 /// the wrong kind.
-bool fromJsonl(const QJsonObject& object, ClassifiedMessage& message);
+bool fromJsonl(const QJsonObject& object, ClassifiedLine& message);
 
 } // namespace zefa::msg_filter::tool

@@ -30,26 +30,26 @@ CodeQualityReport::CodeQualityReport(SourceUri paths)
 {
 }
 
-QJsonArray CodeQualityReport::issues(const std::vector<ClassifiedMessage>& messages) const
+QJsonArray CodeQualityReport::issues(const std::vector<ClassifiedLine>& messages) const
 {
     QJsonArray issues;
     FingerprintCounter fingerprints;
-    for (const ClassifiedMessage& message : messages) {
+    for (const ClassifiedLine& message : messages) {
         // Waived messages still count, so that the fingerprints match the SARIF output's.
         const QString fingerprint = fingerprints.next(message);
         if (message.waived) {
             continue;
         }
-        const bool atSource = message.line > 0;
+        const bool atSource = message.sourceLine > 0;
         const QJsonObject location {
             { QStringLiteral("path"),
-                m_paths.relativePath(atSource ? message.file : message.input) },
+                m_paths.relativePath(atSource ? message.sourceFile : message.file) },
             { QStringLiteral("lines"),
                 QJsonObject { { QStringLiteral("begin"),
-                    static_cast<double>(atSource ? message.line : message.logLine) } } },
+                    static_cast<double>(atSource ? message.sourceLine : message.number) } } },
         };
         issues.append(QJsonObject {
-            { QStringLiteral("description"), message.text },
+            { QStringLiteral("description"), message.message },
             { QStringLiteral("check_name"), message.id },
             { QStringLiteral("fingerprint"), fingerprint },
             { QStringLiteral("severity"), qualitySeverity(message.severity) },
@@ -59,8 +59,7 @@ QJsonArray CodeQualityReport::issues(const std::vector<ClassifiedMessage>& messa
     return issues;
 }
 
-void CodeQualityReport::write(
-    const std::vector<ClassifiedMessage>& messages, QIODevice& device) const
+void CodeQualityReport::write(const std::vector<ClassifiedLine>& messages, QIODevice& device) const
 {
     device.write(QJsonDocument(issues(messages)).toJson(QJsonDocument::Indented));
 }

@@ -23,8 +23,8 @@ class CodeQualityReport {
 public:
     explicit CodeQualityReport(SourceUri paths);
 
-    QJsonArray issues(const std::vector<ClassifiedMessage>& messages) const;
-    void write(const std::vector<ClassifiedMessage>& messages, QIODevice& device) const;
+    QJsonArray issues(const std::vector<ClassifiedLine>& messages) const;
+    void write(const std::vector<ClassifiedLine>& messages, QIODevice& device) const;
 
 private:
     SourceUri m_paths;

@@ -2,7 +2,7 @@
 
 namespace zefa::msg_filter::tool {
 
-bool FailurePolicy::fails(const ClassifiedMessage& message) const
+bool FailurePolicy::fails(const ClassifiedLine& message) const
 {
     if (message.waived) {
         return false;

@@ -12,7 +12,7 @@ struct FailurePolicy {
     std::optional<Severity> failOn;
     std::optional<Severity> failOnNew;
 
-    bool fails(const ClassifiedMessage& message) const;
+    bool fails(const ClassifiedLine& message) const;
 };
 
 } // namespace zefa::msg_filter::tool

@@ -42,24 +42,24 @@ QString GithubAnnotations::escapeProperty(const QString& text)
     return escaped;
 }
 
-QString GithubAnnotations::command(const ClassifiedMessage& message) const
+QString GithubAnnotations::command(const ClassifiedLine& message) const
 {
-    const bool atSource = message.line > 0;
+    const bool atSource = message.sourceLine > 0;
     QString properties = QStringLiteral("file=")
-        + escapeProperty(m_paths.relativePath(atSource ? message.file : message.input))
-        + QStringLiteral(",line=") + QString::number(atSource ? message.line : message.logLine);
-    if (atSource && message.column > 0) {
-        properties += QStringLiteral(",col=") + QString::number(message.column);
+        + escapeProperty(m_paths.relativePath(atSource ? message.sourceFile : message.file))
+        + QStringLiteral(",line=")
+        + QString::number(atSource ? message.sourceLine : message.number);
+    if (atSource && message.sourceColumn > 0) {
+        properties += QStringLiteral(",col=") + QString::number(message.sourceColumn);
     }
     properties += QStringLiteral(",title=") + escapeProperty(message.id);
     return QStringLiteral("::") + commandName(message.severity) + QLatin1Char(' ') + properties
-        + QStringLiteral("::") + escapeData(message.text);
+        + QStringLiteral("::") + escapeData(message.message);
 }
 
-void GithubAnnotations::write(
-    const std::vector<ClassifiedMessage>& messages, QIODevice& device) const
+void GithubAnnotations::write(const std::vector<ClassifiedLine>& messages, QIODevice& device) const
 {
-    for (const ClassifiedMessage& message : messages) {
+    for (const ClassifiedLine& message : messages) {
         if (!message.waived) {
             device.write((command(message) + QLatin1Char('\n')).toUtf8());
         }

@@ -23,8 +23,8 @@ public:
     explicit GithubAnnotations(SourceUri paths);
 
     /// One workflow command without its line feed.
-    QString command(const ClassifiedMessage& message) const;
-    void write(const std::vector<ClassifiedMessage>& messages, QIODevice& device) const;
+    QString command(const ClassifiedLine& message) const;
+    void write(const std::vector<ClassifiedLine>& messages, QIODevice& device) const;
 
     /// The escaping of a command's message: '%', CR, LF.
     static QString escapeData(const QString& text);

@@ -11,7 +11,7 @@ namespace {
 
 struct TestCase {
     QString id;
-    std::vector<const ClassifiedMessage*> messages;
+    std::vector<const ClassifiedLine*> messages;
     int failing = 0;
     Severity worstFailing = Severity::None;
 };
@@ -43,16 +43,16 @@ QString xmlText(const QString& text)
 }
 
 // One line of a case's failure text or output: where, how severe, what.
-QString messageLine(const ClassifiedMessage& message)
+QString messageLine(const ClassifiedLine& message)
 {
     QString line = QStringLiteral("%1:%2: %3")
-                       .arg(message.input)
-                       .arg(message.logLine)
+                       .arg(message.file)
+                       .arg(message.number)
                        .arg(severityName(message.severity));
-    if (message.line > 0) {
-        line += QStringLiteral(" [%1:%2]").arg(message.file).arg(message.line);
+    if (message.sourceLine > 0) {
+        line += QStringLiteral(" [%1:%2]").arg(message.sourceFile).arg(message.sourceLine);
     }
-    return xmlText(line + QStringLiteral(": ") + message.text) + QLatin1Char('\n');
+    return xmlText(line + QStringLiteral(": ") + message.message) + QLatin1Char('\n');
 }
 
 } // namespace
@@ -62,19 +62,19 @@ JunitReport::JunitReport(Options options)
 {
 }
 
-bool JunitReport::fails(const ClassifiedMessage& message) const
+bool JunitReport::fails(const ClassifiedLine& message) const
 {
     return message.severity == Severity::Error || m_options.policy.fails(message);
 }
 
-void JunitReport::write(const std::vector<ClassifiedMessage>& messages, QIODevice& device) const
+void JunitReport::write(const std::vector<ClassifiedLine>& messages, QIODevice& device) const
 {
     std::map<QString, Suite> suites;
-    for (const ClassifiedMessage& message : messages) {
+    for (const ClassifiedLine& message : messages) {
         if (message.waived) {
             continue;
         }
-        Suite& suite = suites[message.input];
+        Suite& suite = suites[message.file];
         auto found = suite.caseById.find(message.id);
         if (found == suite.caseById.end()) {
             found = suite.caseById.emplace(message.id, suite.cases.size()).first;
@@ -119,7 +119,7 @@ void JunitReport::write(const std::vector<ClassifiedMessage>& messages, QIODevic
             xml.writeAttribute(QStringLiteral("name"), xmlText(testCase.id));
             xml.writeAttribute(QStringLiteral("time"), QStringLiteral("0"));
             QString details;
-            for (const ClassifiedMessage* message : testCase.messages) {
+            for (const ClassifiedLine* message : testCase.messages) {
                 details += messageLine(*message);
             }
             if (testCase.failing > 0) {

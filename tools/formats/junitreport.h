@@ -26,8 +26,8 @@ public:
 
     explicit JunitReport(Options options);
 
-    bool fails(const ClassifiedMessage& message) const;
-    void write(const std::vector<ClassifiedMessage>& messages, QIODevice& device) const;
+    bool fails(const ClassifiedLine& message) const;
+    void write(const std::vector<ClassifiedLine>& messages, QIODevice& device) const;
 
 private:
     Options m_options;

@@ -56,16 +56,16 @@ QString withoutNumbers(const QString& text)
     return result;
 }
 
-QString matchKey(const ClassifiedMessage& message)
+QString matchKey(const ClassifiedLine& message)
 {
-    QString file = message.file;
+    QString file = message.sourceFile;
     file.replace(QLatin1Char('\\'), QLatin1Char('/'));
     file = file.mid(file.lastIndexOf(QLatin1Char('/')) + 1);
     return severityName(message.severity) + kKeySeparator + message.id + kKeySeparator + file
-        + kKeySeparator + withoutNumbers(message.text);
+        + kKeySeparator + withoutNumbers(message.message);
 }
 
-QString FingerprintCounter::next(const ClassifiedMessage& message)
+QString FingerprintCounter::next(const ClassifiedLine& message)
 {
     const QString key = matchKey(message);
     const int occurrence = ++m_seen[key];

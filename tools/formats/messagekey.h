@@ -19,7 +19,7 @@ QString withoutNumbers(const QString& text);
 /// other: severity, id, the name (not the directory) of the source file, and the text
 /// without numbers. Log lines, source lines and columns, the input's name and the
 /// directories of paths are left out, since they move between runs and machines.
-QString matchKey(const ClassifiedMessage& message);
+QString matchKey(const ClassifiedLine& message);
 
 /// Hands out stable fingerprints, 32 hexadecimal digits: a hash of a message's match key
 /// and of how many messages of this run had that key before it, so that repeated
@@ -27,7 +27,7 @@ QString matchKey(const ClassifiedMessage& message);
 /// fingerprints.
 class FingerprintCounter {
 public:
-    QString next(const ClassifiedMessage& message);
+    QString next(const ClassifiedLine& message);
 
 private:
     std::map<QString, int> m_seen;

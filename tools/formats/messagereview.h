@@ -18,15 +18,15 @@ namespace zefa::msg_filter::tool {
 class MessageReview {
 public:
     void setWaivers(std::unique_ptr<WaiverStep> waivers);
-    void setBaseline(const std::vector<ClassifiedMessage>& baseline);
+    void setBaseline(const std::vector<ClassifiedLine>& baseline);
 
     bool hasWaivers() const { return m_waivers != nullptr; }
     bool hasBaseline() const { return m_baseline.has_value(); }
 
-    void review(ClassifiedMessage& message);
+    void review(ClassifiedLine& message);
 
     /// The baseline messages no message of this run matched; empty without a baseline.
-    std::vector<ClassifiedMessage> fixed() const;
+    std::vector<ClassifiedLine> fixed() const;
 
 private:
     std::unique_ptr<WaiverStep> m_waivers;

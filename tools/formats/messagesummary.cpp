@@ -44,11 +44,11 @@ MessageSummary::MessageSummary(GroupBy groupBy)
 {
 }
 
-QString MessageSummary::keyOf(const ClassifiedMessage& message) const
+QString MessageSummary::keyOf(const ClassifiedLine& message) const
 {
     switch (m_groupBy) {
     case GroupBy::Input:
-        return message.input;
+        return message.file;
     case GroupBy::Rule:
         return message.rule;
     case GroupBy::Id:
@@ -57,12 +57,12 @@ QString MessageSummary::keyOf(const ClassifiedMessage& message) const
     return message.id;
 }
 
-void MessageSummary::add(const ClassifiedMessage& message)
+void MessageSummary::add(const ClassifiedLine& message)
 {
     auto input = std::find_if(m_inputs.begin(), m_inputs.end(),
-        [&message](const auto& entry) { return entry.first == message.input; });
+        [&message](const auto& entry) { return entry.first == message.file; });
     if (input == m_inputs.end()) {
-        m_inputs.emplace_back(message.input, InputCounts());
+        m_inputs.emplace_back(message.file, InputCounts());
         input = std::prev(m_inputs.end());
     }
     const QString key = keyOf(message);
@@ -76,9 +76,9 @@ void MessageSummary::add(const ClassifiedMessage& message)
     }
     ++input->second.bySeverity[message.severity];
     if (row.count++ == 0) {
-        row.firstInput = message.input;
-        row.firstLogLine = message.logLine;
-        row.example = message.text;
+        row.firstInput = message.file;
+        row.firstLogLine = message.number;
+        row.example = message.message;
     }
     row.severity = std::max(row.severity, message.severity);
     if (message.baseline == BaselineState::New) {
@@ -86,7 +86,7 @@ void MessageSummary::add(const ClassifiedMessage& message)
     }
 }
 
-void MessageSummary::setFixed(std::vector<ClassifiedMessage> fixed)
+void MessageSummary::setFixed(std::vector<ClassifiedLine> fixed)
 {
     m_fixed = std::move(fixed);
 }
@@ -175,10 +175,10 @@ QString MessageSummary::text(bool baseline, bool waivers) const
         text += QStringLiteral("%1 since the baseline\n")
                     .arg(countText(static_cast<long long>(m_fixed.size()),
                         QStringLiteral("message fixed"), QStringLiteral("messages fixed")));
-        for (const ClassifiedMessage& message : m_fixed) {
+        for (const ClassifiedLine& message : m_fixed) {
             text += QStringLiteral("  %1 %2  %3\n")
                         .arg(severityName(message.severity), -8)
-                        .arg(message.id, oneLine(message.text));
+                        .arg(message.id, oneLine(message.message));
         }
     }
     return text;

@@ -39,14 +39,14 @@ public:
 
     explicit MessageSummary(GroupBy groupBy);
 
-    void add(const ClassifiedMessage& message);
+    void add(const ClassifiedLine& message);
     /// The baseline messages this run no longer has.
-    void setFixed(std::vector<ClassifiedMessage> fixed);
+    void setFixed(std::vector<ClassifiedLine> fixed);
 
     std::vector<Row> rows() const;
     /// Counts per input, in the order inputs were first seen.
     std::vector<std::pair<QString, InputCounts>> inputs() const;
-    const std::vector<ClassifiedMessage>& fixed() const { return m_fixed; }
+    const std::vector<ClassifiedLine>& fixed() const { return m_fixed; }
     long long waived() const { return m_waived; }
 
     /// The table as text. `baseline` adds the "New" column and the fixed messages,
@@ -54,12 +54,12 @@ public:
     QString text(bool baseline, bool waivers) const;
 
 private:
-    QString keyOf(const ClassifiedMessage& message) const;
+    QString keyOf(const ClassifiedLine& message) const;
 
     GroupBy m_groupBy;
     std::map<QString, Row> m_rows;
     std::vector<std::pair<QString, InputCounts>> m_inputs;
-    std::vector<ClassifiedMessage> m_fixed;
+    std::vector<ClassifiedLine> m_fixed;
     long long m_waived = 0;
 };
 

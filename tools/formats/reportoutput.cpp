@@ -46,7 +46,7 @@ ReportOutput::ReportOutput(Options options)
 {
 }
 
-void ReportOutput::add(const ClassifiedMessage& message)
+void ReportOutput::add(const ClassifiedLine& message)
 {
     // The summary counts as it goes; the other formats need every message at the end.
     if (m_options.kind == ReportKind::Summary) {
@@ -56,7 +56,7 @@ void ReportOutput::add(const ClassifiedMessage& message)
     }
 }
 
-void ReportOutput::write(const std::vector<ClassifiedMessage>& fixed, QIODevice& device)
+void ReportOutput::write(const std::vector<ClassifiedLine>& fixed, QIODevice& device)
 {
     switch (m_options.kind) {
     case ReportKind::Sarif:

@@ -37,13 +37,13 @@ public:
 
     explicit ReportOutput(Options options);
 
-    void add(const ClassifiedMessage& message);
+    void add(const ClassifiedLine& message);
     /// Writes the report; `fixed` are the baseline messages the run no longer has.
-    void write(const std::vector<ClassifiedMessage>& fixed, QIODevice& device);
+    void write(const std::vector<ClassifiedLine>& fixed, QIODevice& device);
 
 private:
     Options m_options;
-    std::vector<ClassifiedMessage> m_messages;
+    std::vector<ClassifiedLine> m_messages;
     MessageSummary m_summary;
 };
 

@@ -33,7 +33,7 @@ QString sarifLevel(Severity severity)
 }
 
 // What a later run needs to read this one back as its baseline, or to waive it.
-QJsonObject properties(const ClassifiedMessage& message)
+QJsonObject properties(const ClassifiedLine& message)
 {
     QJsonArray fields;
     for (const auto& [name, value] : message.fields) {
@@ -42,7 +42,7 @@ QJsonObject properties(const ClassifiedMessage& message)
     return QJsonObject {
         { QStringLiteral("severity"), severityName(message.severity) },
         { QStringLiteral("rule"), message.rule },
-        { QStringLiteral("input"), message.input },
+        { QStringLiteral("input"), message.file },
         { QStringLiteral("fields"), fields },
     };
 }
@@ -76,21 +76,21 @@ QJsonObject SarifWriter::location(const QString& path, long long line, long long
 }
 
 QJsonObject SarifWriter::result(
-    const ClassifiedMessage& message, int ruleIndex, const QString& fingerprint) const
+    const ClassifiedLine& message, int ruleIndex, const QString& fingerprint) const
 {
-    QJsonObject logPlace = location(message.input, message.logLine, 0);
+    QJsonObject logPlace = location(message.file, message.number, 0);
     QJsonObject result {
         { QStringLiteral("ruleId"), message.id },
         { QStringLiteral("ruleIndex"), ruleIndex },
         { QStringLiteral("level"), sarifLevel(message.severity) },
-        { QStringLiteral("message"), text(message.text) },
+        { QStringLiteral("message"), text(message.message) },
         { QStringLiteral("partialFingerprints"),
             QJsonObject { { kFingerprintName, fingerprint } } },
         { QStringLiteral("properties"), properties(message) },
     };
-    if (message.line > 0) {
+    if (message.sourceLine > 0) {
         result.insert(QStringLiteral("locations"),
-            QJsonArray { location(message.file, message.line, message.column) });
+            QJsonArray { location(message.sourceFile, message.sourceLine, message.sourceColumn) });
         logPlace.insert(QStringLiteral("id"), 0);
         logPlace.insert(QStringLiteral("message"), text(QStringLiteral("log line")));
         result.insert(QStringLiteral("relatedLocations"), QJsonArray { logPlace });
@@ -112,19 +112,19 @@ QJsonObject SarifWriter::result(
     return result;
 }
 
-QJsonObject SarifWriter::document(const std::vector<ClassifiedMessage>& messages) const
+QJsonObject SarifWriter::document(const std::vector<ClassifiedLine>& messages) const
 {
     QJsonArray rules;
     QJsonArray results;
     std::map<QString, int> ruleIndexes;
     FingerprintCounter fingerprints;
-    for (const ClassifiedMessage& message : messages) {
+    for (const ClassifiedLine& message : messages) {
         auto found = ruleIndexes.find(message.id);
         if (found == ruleIndexes.end()) {
             found = ruleIndexes.emplace(message.id, rules.size()).first;
             rules.append(QJsonObject {
                 { QStringLiteral("id"), message.id },
-                { QStringLiteral("shortDescription"), text(message.text) },
+                { QStringLiteral("shortDescription"), text(message.message) },
                 { QStringLiteral("defaultConfiguration"),
                     QJsonObject { { QStringLiteral("level"), sarifLevel(message.severity) } } },
                 { QStringLiteral("properties"),
@@ -157,7 +157,7 @@ QJsonObject SarifWriter::document(const std::vector<ClassifiedMessage>& messages
     };
 }
 
-void SarifWriter::write(const std::vector<ClassifiedMessage>& messages, QIODevice& device) const
+void SarifWriter::write(const std::vector<ClassifiedLine>& messages, QIODevice& device) const
 {
     device.write(QJsonDocument(document(messages)).toJson(QJsonDocument::Indented));
 }

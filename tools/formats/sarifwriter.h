@@ -34,14 +34,14 @@ public:
 
     explicit SarifWriter(Options options);
 
-    QJsonObject document(const std::vector<ClassifiedMessage>& messages) const;
+    QJsonObject document(const std::vector<ClassifiedLine>& messages) const;
     /// Writes the document, indented, with a final line feed.
-    void write(const std::vector<ClassifiedMessage>& messages, QIODevice& device) const;
+    void write(const std::vector<ClassifiedLine>& messages, QIODevice& device) const;
 
 private:
     QJsonObject location(const QString& path, long long line, long long column) const;
     QJsonObject result(
-        const ClassifiedMessage& message, int ruleIndex, const QString& fingerprint) const;
+        const ClassifiedLine& message, int ruleIndex, const QString& fingerprint) const;
 
     Options m_options;
 };

@@ -11,7 +11,7 @@
 
 namespace zefa::msg_filter::tool {
 
-int WaiverFile::add(const std::vector<ClassifiedMessage>& messages, By by)
+int WaiverFile::add(const std::vector<ClassifiedLine>& messages, By by)
 {
     using Impl = impl_detail::MessageFilter;
     QStringList& ids = m_filter.generalFilter[Impl::MaskMessageID];
@@ -23,7 +23,7 @@ int WaiverFile::add(const std::vector<ClassifiedMessage>& messages, By by)
             record->getMessageID(), record->getMessageProcess(), record->getMessageDynamicData());
     }
     int skipped = 0;
-    for (const ClassifiedMessage& message : messages) {
+    for (const ClassifiedLine& message : messages) {
         if (message.severity == Severity::Error) {
             ++skipped;
             continue;
@@ -38,9 +38,9 @@ int WaiverFile::add(const std::vector<ClassifiedMessage>& messages, By by)
         for (const std::string& argument : waiverArguments(message)) {
             arguments << QString::fromLatin1(argument.data(), static_cast<int>(argument.size()));
         }
-        if (individual.emplace(message.id, message.input, arguments).second) {
+        if (individual.emplace(message.id, message.file, arguments).second) {
             m_records.push_back(std::make_unique<MessageNode>(message.id,
-                severityName(message.severity), message.input, arguments, QStringList()));
+                severityName(message.severity), message.file, arguments, QStringList()));
             m_filter.individualFilter.append(m_records.back().get());
         }
     }

@@ -23,7 +23,7 @@ public:
 
     /// Adds the messages; errors are skipped, since no filter hides them. Returns how
     /// many were skipped.
-    int add(const std::vector<ClassifiedMessage>& messages, By by);
+    int add(const std::vector<ClassifiedLine>& messages, By by);
 
     const impl_detail::MessageFilter::FilterNode& filter() const { return m_filter; }
 

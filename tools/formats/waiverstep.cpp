@@ -86,11 +86,11 @@ int catalogueType(Severity severity)
     return 4;
 }
 
-std::vector<std::string> waiverArguments(const ClassifiedMessage& message)
+std::vector<std::string> waiverArguments(const ClassifiedLine& message)
 {
     std::vector<std::string> arguments = message.isStructured()
         ? structuredArguments(message.fields)
-        : std::vector<std::string> { message.text.toLatin1().toStdString() };
+        : std::vector<std::string> { message.message.toLatin1().toStdString() };
     for (std::string& argument : arguments) {
         argument = asXmlKeepsIt(argument);
     }
@@ -120,7 +120,7 @@ bool WaiverStep::load(const QString& path, const QString& filterName, QString& e
     return true;
 }
 
-bool WaiverStep::isWaived(const ClassifiedMessage& message)
+bool WaiverStep::isWaived(const ClassifiedLine& message)
 {
     zefa::pelno::MsgCatalogue& catalogue = zefa::pelno::MsgCatalogue::instance();
     const std::string key = message.id.toLatin1().toStdString();
@@ -130,9 +130,9 @@ bool WaiverStep::isWaived(const ClassifiedMessage& message)
         // entered since then must be asked about again.
         m_applied = false;
     }
-    if (!m_applied || message.input != m_appliedProcess) {
-        m_filters.activePnFilter(message.input);
-        m_appliedProcess = message.input;
+    if (!m_applied || message.file != m_appliedProcess) {
+        m_filters.activePnFilter(message.file);
+        m_appliedProcess = message.file;
         m_applied = true;
     }
     return !catalogue.isVisible(key, waiverArguments(message));

@@ -27,7 +27,7 @@ public:
     QString filterName() const { return m_filters.getPnFilter(); }
 
     /// Whether the filter hides this message.
-    bool isWaived(const ClassifiedMessage& message);
+    bool isWaived(const ClassifiedLine& message);
 
 private:
     impl_detail::MessageFilter m_filters;
@@ -47,6 +47,6 @@ int catalogueType(Severity severity);
 /// The dynamic arguments the catalogue matches individual waivers against: the decoded
 /// dynamic arguments of a structured line, the message text for any other; line breaks
 /// as LF and without other control characters, as the filter file gives them back.
-std::vector<std::string> waiverArguments(const ClassifiedMessage& message);
+std::vector<std::string> waiverArguments(const ClassifiedLine& message);
 
 } // namespace zefa::msg_filter::tool
