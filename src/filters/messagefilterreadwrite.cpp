@@ -1,7 +1,7 @@
 #include "filters/messagefilterreadwrite.h"
 
-#include "store/atomicxmlsave.h"
-#include "store/xmlfileopen.h"
+#include "common/atomicxmlsave.h"
+#include "common/xmlfileopen.h"
 
 #include <QFile>
 #include <QXmlStreamReader>
