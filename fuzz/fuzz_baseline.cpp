@@ -3,10 +3,11 @@
 // code-quality report is a JSON array with one issue per message.
 
 #include "baselinereader.h"
-#include "codequalityreport.h"
-#include "junitreport.h"
+#include "formats/codequalityreport.h"
+#include "formats/junitreport.h"
+#include "formats/sarifwriter.h"
+#include "messagedescription.h"
 #include "messagekey.h"
-#include "sarifwriter.h"
 
 #include <QBuffer>
 #include <QJsonDocument>

@@ -1,0 +1,298 @@
+// msgfilter classify: prints each line of tool output the rules recognise, with its
+// severity, rule and fields, in the format asked for.
+
+#include "baselinereader.h"
+#include "commandline.h"
+#include "commands.h"
+#include "formats/messageformat.h"
+#include "formats/reportformat.h"
+#include "inputclassifier.h"
+#include "messagereview.h"
+#include "rulesselection.h"
+#include "severity.h"
+#include "terminal.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <memory>
+#include <optional>
+
+namespace zefa::msg_filter::tool {
+
+namespace {
+
+const char* const kCommand = "classify";
+
+const QString kHelp = QStringLiteral(
+    "Usage: msgfilter classify [OPTIONS] [FILE...]\n"
+    "\n"
+    "Classifies each line of the files (standard input without files or for '-')\n"
+    "with the rules of one engine and prints the lines the rules recognise.\n"
+    "\n"
+    "Options:\n"
+    "  --rules PATH          Rule file, or a directory holding enginemsg.xml\n"
+    "                        (default: the rules the library loads).\n"
+    "  --target NAME         Target device family (default: fpga).\n"
+    "  --engine NAME         Engine whose rules apply (default: default); an unknown\n"
+    "                        engine falls back to 'default'.\n"
+    "  --format FORMAT       text: one line per message and a summary per severity\n"
+    "                        and rule; jsonl: one JSON object per message with file,\n"
+    "                        line, severity, rule, type, fields and text; sarif,\n"
+    "                        github, codequality, junit: the reports of code scanning,\n"
+    "                        GitHub annotations, GitLab code quality and JUnit\n"
+    "                        (default: text).\n"
+    "  --summary BY          Print the message summary grouped by id, file or rule in\n"
+    "                        place of the messages ('msgfilter summary' is\n"
+    "                        'classify --summary id').\n"
+    "  --fail-on SEVERITY    Exit with 1 when a line is at or above SEVERITY\n"
+    "                        (error, warning or info).\n"
+    "  --baseline FILE       The jsonl or SARIF output of an earlier run: marks each\n"
+    "                        message new or known and lists the fixed ones.\n"
+    "  --fail-on-new SEVERITY  Exit with 1 when a new message is at or above SEVERITY.\n"
+    "  --filters FILE        A filter file of the store's format (see 'msgfilter\n"
+    "                        waive'): the messages its filter hides are waived, left\n"
+    "                        out of every format, counted apart.\n"
+    "  --filter NAME         The filter of --filters to apply (default: the active one).\n"
+    "  --source-root DIR     Paths below DIR are written relative to it in reports.\n"
+    "  --color WHEN          Colour severities: auto (on a terminal), always, never\n"
+    "                        (default: auto).\n"
+    "  -h, --help            Show this help.\n"
+    "\n"
+    "A line's severity comes from the type of its rule and sub-rule: 'error' or '@E'\n"
+    "in it makes an error, else 'warning' or '@W' a warning, else info; for the\n"
+    "structured format the 'type' field decides. A line that fits a rule but none of\n"
+    "its sub-rules counts as not recognised.\n"
+    "\n"
+    "Exit status: 0 success, 1 a line at or above --fail-on or a new one at or above\n"
+    "--fail-on-new (waived lines never count), 2 usage error or an input, rule,\n"
+    "baseline or filter file that cannot be used.\n");
+
+struct Options {
+    QString rules;
+    QString target = QStringLiteral("fpga");
+    QString engine = QStringLiteral("default");
+    QString format = QStringLiteral("text");
+    std::optional<MessageSummary::GroupBy> summary;
+    QString sourceRoot;
+    QString baseline;
+    QString filters;
+    QString filter;
+    FormatOptions formatOptions;
+    QStringList inputs;
+};
+
+bool parseOptions(const QStringList& arguments, Options& options, int& status)
+{
+    QCommandLineParser parser;
+    const QCommandLineOption rules(QStringLiteral("rules"), QString(), QStringLiteral("PATH"));
+    const QCommandLineOption target(
+        QStringLiteral("target"), QString(), QStringLiteral("NAME"), options.target);
+    const QCommandLineOption engine(
+        QStringLiteral("engine"), QString(), QStringLiteral("NAME"), options.engine);
+    const QCommandLineOption format(
+        QStringLiteral("format"), QString(), QStringLiteral("FORMAT"), QStringLiteral("text"));
+    const QCommandLineOption summary(QStringLiteral("summary"), QString(), QStringLiteral("BY"));
+    const QCommandLineOption failOn(
+        QStringLiteral("fail-on"), QString(), QStringLiteral("SEVERITY"));
+    const QCommandLineOption baseline(
+        QStringLiteral("baseline"), QString(), QStringLiteral("FILE"));
+    const QCommandLineOption failOnNew(
+        QStringLiteral("fail-on-new"), QString(), QStringLiteral("SEVERITY"));
+    const QCommandLineOption filters(QStringLiteral("filters"), QString(), QStringLiteral("FILE"));
+    const QCommandLineOption filter(QStringLiteral("filter"), QString(), QStringLiteral("NAME"));
+    const QCommandLineOption sourceRoot(
+        QStringLiteral("source-root"), QString(), QStringLiteral("DIR"));
+    const QCommandLineOption color(
+        QStringLiteral("color"), QString(), QStringLiteral("WHEN"), QStringLiteral("auto"));
+    parser.addOptions({ rules, target, engine, format, summary, failOn, baseline, failOnNew,
+        filters, filter, sourceRoot, color });
+    if (!parseCommandLine(parser, kCommand, kHelp, arguments, status)) {
+        return false;
+    }
+    const auto usage = [&status](const QString& message) {
+        reportError(kCommand, message + QStringLiteral(" (run 'msgfilter classify --help')"));
+        status = kExitFailure;
+        return false;
+    };
+    const auto severityOption = [&](const QCommandLineOption& option,
+                                    std::optional<Severity>& value) {
+        if (parser.isSet(option)) {
+            Severity severity = Severity::None;
+            if (!parseSeverity(parser.value(option), severity)) {
+                return usage(QStringLiteral("unknown severity '%1'").arg(parser.value(option)));
+            }
+            value = severity;
+        }
+        return true;
+    };
+    FormatOptions& formatOptions = options.formatOptions;
+    options.rules = parser.value(rules);
+    options.target = parser.value(target);
+    options.engine = parser.value(engine);
+    options.format = parser.value(format);
+    if (!isMessageFormat(options.format)) {
+        return usage(QStringLiteral("unknown format '%1'").arg(options.format));
+    }
+    if (parser.isSet(summary)) {
+        MessageSummary::GroupBy grouping = MessageSummary::GroupBy::Id;
+        if (!parseSummaryGrouping(parser.value(summary), grouping)) {
+            return usage(
+                QStringLiteral("unknown summary grouping '%1'").arg(parser.value(summary)));
+        }
+        if (options.format != QLatin1String("text")) {
+            return usage(QStringLiteral("--summary writes text; it takes no --format"));
+        }
+        options.summary = grouping;
+        formatOptions.summaryGrouping = grouping;
+    }
+    if (!severityOption(failOn, formatOptions.policy.failOn)
+        || !severityOption(failOnNew, formatOptions.policy.failOnNew)) {
+        return false;
+    }
+    options.baseline = parser.value(baseline);
+    if (parser.isSet(failOnNew) && !parser.isSet(baseline)) {
+        return usage(QStringLiteral("--fail-on-new needs --baseline"));
+    }
+    options.filters = parser.value(filters);
+    options.filter = parser.value(filter);
+    if (parser.isSet(filter) && !parser.isSet(filters)) {
+        return usage(QStringLiteral("--filter needs --filters"));
+    }
+    ColorMode mode = ColorMode::Auto;
+    if (!parseColorMode(parser.value(color), mode)) {
+        return usage(QStringLiteral("unknown colour mode '%1'").arg(parser.value(color)));
+    }
+    formatOptions.color = useColor(mode);
+    formatOptions.toolVersion = QStringLiteral(MSGFILTER_TOOL_VERSION);
+    formatOptions.paths = SourceUri(
+        parser.isSet(sourceRoot) ? QDir(parser.value(sourceRoot)).absolutePath() : QString(),
+        QDir::currentPath());
+    options.inputs = parser.positionalArguments();
+    if (options.inputs.isEmpty()) {
+        options.inputs.append(QStringLiteral("-"));
+    }
+    formatOptions.inputs = options.inputs;
+    return true;
+}
+
+// Reads the baseline and the waivers the options name. On failure reports one line
+// naming the file and returns false.
+bool loadReview(const Options& options, MessageReview& review)
+{
+    QString error;
+    if (!options.baseline.isEmpty()) {
+        std::vector<ClassifiedLine> baseline;
+        if (!readBaselineFile(options.baseline, baseline, error)) {
+            reportError(kCommand, error);
+            return false;
+        }
+        review.setBaseline(baseline);
+    }
+    if (!options.filters.isEmpty()) {
+        auto waivers = std::make_unique<WaiverStep>();
+        if (!waivers->load(options.filters, options.filter, error)) {
+            reportError(
+                kCommand, QStringLiteral("filter file '%1': %2").arg(options.filters, error));
+            return false;
+        }
+        review.setWaivers(std::move(waivers));
+    }
+    return true;
+}
+
+bool openInput(const QString& name, QFile& file)
+{
+    const bool opened = name == QLatin1String("-")
+        ? file.open(stdin, QIODevice::ReadOnly)
+        : (file.setFileName(name), file.open(QIODevice::ReadOnly));
+    if (!opened) {
+        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(name, file.errorString()));
+    }
+    return opened;
+}
+
+} // namespace
+
+int runClassify(const QStringList& arguments)
+{
+    Options options;
+    int status = kExitSuccess;
+    if (!parseOptions(arguments, options, status)) {
+        return status;
+    }
+    // Every input must be readable before anything is printed.
+    for (const QString& name : options.inputs) {
+        QFile file;
+        if (name != QLatin1String("-") && !openInput(name, file)) {
+            return kExitFailure;
+        }
+    }
+    MessageReview review;
+    if (!loadReview(options, review)) {
+        return kExitFailure;
+    }
+    const bool reviewed = review.hasBaseline() || review.hasWaivers();
+    if (review.hasWaivers()) {
+        options.formatOptions.waiverJustification =
+            QStringLiteral("waived by filter '%1' in %2")
+                .arg(review.waiverFilterName(), options.filters);
+    }
+    options.formatOptions.review = reviewed ? &review : nullptr;
+    const std::unique_ptr<MessageFormat> formatter = options.summary
+        ? makeSummaryFormat(options.formatOptions)
+        : makeMessageFormat(options.format, options.formatOptions);
+    RulesSelection rules;
+    QString error;
+    if (!selectRules(options.rules, options.target, options.engine, rules, error)) {
+        reportError(kCommand, error);
+        return kExitFailure;
+    }
+    if (rules.usesDefaultEngine) {
+        writeError(QStringLiteral("msgfilter classify: note: the rules in '%1' have no engine "
+                                  "'%2'; using 'default'\n")
+                       .arg(rules.path, options.engine));
+    }
+
+    ClassificationSummary summary;
+    ProgressLine progress;
+    const bool outputOnTerminal = isTerminal(stdout);
+    const auto write = [&](const QByteArray& output) {
+        if (outputOnTerminal && !output.isEmpty()) {
+            progress.clear();
+        }
+        writeOutputBytes(output);
+    };
+    for (const QString& name : options.inputs) {
+        QFile file;
+        if (!openInput(name, file)) {
+            return kExitFailure;
+        }
+        const qint64 total = file.isSequential() ? 0 : file.size();
+        InputClassifier classifier(rules, *formatter, name, summary);
+        classifier.setReview(reviewed ? &review : nullptr);
+        classifier.feedAll(file, [&](const QByteArray& output, qint64 done) {
+            write(output);
+            progress.update(name, classifier.lines(), done, total);
+        });
+        if (file.error() != QFileDevice::NoError) {
+            progress.clear();
+            reportError(
+                kCommand, QStringLiteral("cannot read '%1': %2").arg(name, file.errorString()));
+            return kExitFailure;
+        }
+        write(classifier.finish());
+    }
+    progress.clear();
+    writeOutputBytes(formatter->finish(summary));
+    std::fflush(stdout);
+    return options.formatOptions.policy.fails(summary) ? kExitFindings : kExitSuccess;
+}
+
+int runSummary(const QStringList& arguments)
+{
+    return runClassify(
+        QStringList { QStringLiteral("--summary"), QStringLiteral("id") } + arguments);
+}
+
+} // namespace zefa::msg_filter::tool

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "messageformat.h"
+
+namespace zefa::msg_filter::tool {
+
+/// "FILE:LINE: Severity [rule] text" per message, then counts per severity and per
+/// rule, and, when there are waivers or a baseline, what they left out or found new.
+/// Waived messages are left out of the lines and the counts.
+class TextFormat : public MessageFormat {
+public:
+    explicit TextFormat(const FormatOptions& options);
+
+    QByteArray message(const ClassifiedLine& line) override;
+    QByteArray finish(const ClassificationSummary& summary) override;
+
+private:
+    bool m_color;
+    const MessageReview* m_review;
+};
+
+} // namespace zefa::msg_filter::tool
