@@ -33,7 +33,8 @@ QString overview()
     }
     text += QStringLiteral("\nRun 'msgfilter COMMAND --help' for the options of a command.\n"
                            "Exit status: 0 success, 1 findings or a line at or above "
-                           "--fail-on, 2 usage error or unusable file.\n");
+                           "--fail-on (a new one at or above --fail-on-new), 2 usage error or "
+                           "unusable file.\n");
     return text;
 }
 

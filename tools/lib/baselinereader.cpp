@@ -38,7 +38,7 @@ bool readSarifResult(const QJsonObject& result, ClassifiedLine& message)
     }
     const QJsonObject properties = result.value(QStringLiteral("properties")).toObject();
     Severity severity = Severity::None;
-    if (!parseSeverity(properties.value(QStringLiteral("severity")).toString(), severity)
+    if (!severityOfName(properties.value(QStringLiteral("severity")).toString(), severity)
         && !severityOfLevel(
             result.value(QStringLiteral("level")).toString(QStringLiteral("warning")), severity)) {
         return false;

@@ -130,6 +130,20 @@ ClassifiedLine classifiedLine(const QString& file, long long number, Severity se
     return line;
 }
 
+bool severityOfName(const QString& name, Severity& severity)
+{
+    // Every severity above None, up to the highest, Error.
+    for (int value = static_cast<int>(Severity::None) + 1;
+         value <= static_cast<int>(Severity::Error); ++value) {
+        const auto candidate = static_cast<Severity>(value);
+        if (name.compare(severityName(candidate), Qt::CaseInsensitive) == 0) {
+            severity = candidate;
+            return true;
+        }
+    }
+    return false;
+}
+
 QJsonObject toJsonl(const ClassifiedLine& message)
 {
     QJsonArray fields;
@@ -161,7 +175,7 @@ bool fromJsonl(const QJsonObject& object, ClassifiedLine& message)
     const double lineNumber = line.toDouble(-1);
     Severity severity = Severity::None;
     if (!fieldsValue.isArray() || !(lineNumber >= 1 && lineNumber <= 9007199254740992.0)
-        || !parseSeverity(object.value(QStringLiteral("severity")).toString(), severity)) {
+        || !severityOfName(object.value(QStringLiteral("severity")).toString(), severity)) {
         return false;
     }
     for (const char* member : { "file", "rule", "type", "text" }) {

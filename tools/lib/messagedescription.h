@@ -22,6 +22,10 @@ void describeMessage(ClassifiedLine& line);
 ClassifiedLine classifiedLine(const QString& file, long long number, Severity severity,
     const QString& rule, const QString& type, MessageFields fields, const QString& text);
 
+/// Reads a severity as reports write it (severityName(): "Error", "Warning", "Info", any
+/// case), blanks included, unlike an option value.
+bool severityOfName(const QString& name, Severity& severity);
+
 /// The object `classify --format jsonl` writes for a message.
 QJsonObject toJsonl(const ClassifiedLine& message);
 
