@@ -137,6 +137,9 @@ TEST(BaselineReader, ReadsBackJsonlAndSarifOfAnEarlierRun)
     withWaived[1].waived = true;
     std::vector<ClassifiedLine> unwaived = messages();
     unwaived.erase(unwaived.begin() + 1);
+    // "Critical Warning" is written with a blank, unlike the option value.
+    std::vector<ClassifiedLine> critical = messages();
+    critical[2].severity = Severity::CriticalWarning;
 
     const struct {
         const char* name;
@@ -149,6 +152,8 @@ TEST(BaselineReader, ReadsBackJsonlAndSarifOfAnEarlierRun)
         { "empty jsonl: a run without messages", QByteArray(), {} },
         { "SARIF", sarif(messages()), messages() },
         { "SARIF leaves suppressed results out", sarif(withWaived), unwaived },
+        { "jsonl with a critical warning", jsonl(critical), critical },
+        { "SARIF with a critical warning", sarif(critical), critical },
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

@@ -80,16 +80,19 @@ TEST(ReportFormats, MatchTheirGoldenFiles)
     expectGolden(written(JunitReport(junit), reviewedMessages()), "reviewed.junit.xml");
 }
 
-TEST(SarifWriter, LevelsKeepTheToolsOwnSeverityInProperties)
+TEST(ReportFormats, EachFormatHasItsWordForEverySeverity)
 {
     const struct {
         const char* name;
         Severity severity;
-        const char* level;
+        const char* sarifLevel;
+        const char* githubCommand;
+        const char* codeQuality;
     } rows[] = {
-        { "error", Severity::Error, "error" },
-        { "warning", Severity::Warning, "warning" },
-        { "info", Severity::Info, "note" },
+        { "error", Severity::Error, "error", "::error ", "blocker" },
+        { "critical warning", Severity::CriticalWarning, "error", "::error ", "critical" },
+        { "warning", Severity::Warning, "warning", "::warning ", "minor" },
+        { "info", Severity::Info, "note", "::notice ", "info" },
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -97,7 +100,8 @@ TEST(SarifWriter, LevelsKeepTheToolsOwnSeverityInProperties)
         message.severity = row.severity;
         const QJsonObject run = sarifRun({ message }, sarifOptions());
         const QJsonObject result = run[QStringLiteral("results")].toArray()[0].toObject();
-        EXPECT_EQ(result[QStringLiteral("level")].toString().toStdString(), row.level);
+        EXPECT_EQ(result[QStringLiteral("level")].toString().toStdString(), row.sarifLevel);
+        // The level is SARIF's; the tool's own word stays beside it.
         EXPECT_EQ(result[QStringLiteral("properties")][QStringLiteral("severity")].toString(),
             severityName(row.severity));
         const QJsonObject rule =
@@ -107,7 +111,11 @@ TEST(SarifWriter, LevelsKeepTheToolsOwnSeverityInProperties)
         EXPECT_EQ(rule[QStringLiteral("defaultConfiguration")][QStringLiteral("level")]
                       .toString()
                       .toStdString(),
-            row.level);
+            row.sarifLevel);
+        EXPECT_TRUE(GithubAnnotations(ciPaths()).command(message).startsWith(
+            QString::fromUtf8(row.githubCommand)));
+        const QJsonObject issue = CodeQualityReport(ciPaths()).issues({ message })[0].toObject();
+        EXPECT_EQ(issue[QStringLiteral("severity")].toString().toStdString(), row.codeQuality);
     }
 }
 

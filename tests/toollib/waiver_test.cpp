@@ -88,6 +88,29 @@ TEST_F(WaiverTest, GeneralListsActAsInTheHostsView)
     }
 }
 
+TEST_F(WaiverTest, CriticalWarningsAreTheirOwnType)
+{
+    ClassifiedLine critical = messages()[2];
+    critical.severity = Severity::CriticalWarning;
+    const struct {
+        const char* name;
+        QByteArray file;
+        const char* waived;
+    } rows[] = {
+        { "not hidden as warnings", generalFilter("", "Warning", ""), "-" },
+        { "hidden by id", generalFilter("Synth 8-327", "", ""), "w" },
+        { "hidden with its milestone", generalFilter("", "", "synth.log"), "w" },
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        zefa::pelno::MsgCatalogue::instance().reset();
+        WaiverStep step;
+        QString error;
+        ASSERT_TRUE(step.load(write("filters.xml", row.file), QString(), error));
+        EXPECT_EQ(waived(step, { critical }), row.waived);
+    }
+}
+
 TEST_F(WaiverTest, AcceptingARunWaivesExactlyItsMessages)
 {
     WaiverFile byMessage;

@@ -21,6 +21,7 @@ QString genericId(Severity severity)
     switch (severity) {
     case Severity::Error:
         return QStringLiteral("9990");
+    case Severity::CriticalWarning:
     case Severity::Warning:
         return QStringLiteral("9991");
     case Severity::Info:

@@ -84,6 +84,8 @@ int catalogueType(Severity severity)
     switch (severity) {
     case Severity::Error:
         return 1;
+    case Severity::CriticalWarning:
+        return 8;
     case Severity::Warning:
         return 2;
     case Severity::Info:

@@ -46,7 +46,7 @@ bool checkFilterFile(const QString& path, QSet<QString>& names, QString& error);
 /// that a waiver written in one checkout applies in the next ("-" for standard input).
 QString waiverProcess(const ClassifiedLine& line);
 
-/// The catalogue type code of a severity: 1 error, 2 warning, 4 info.
+/// The catalogue type code of a severity: 1 error, 8 critical warning, 2 warning, 4 info.
 int catalogueType(Severity severity);
 
 /// The dynamic arguments the catalogue matches individual waivers against: the decoded

@@ -14,6 +14,8 @@ QString qualitySeverity(Severity severity)
     switch (severity) {
     case Severity::Error:
         return QStringLiteral("blocker");
+    case Severity::CriticalWarning:
+        return QStringLiteral("critical");
     case Severity::Warning:
         return QStringLiteral("minor");
     case Severity::Info:

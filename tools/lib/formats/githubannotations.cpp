@@ -8,6 +8,7 @@ QString commandName(Severity severity)
 {
     switch (severity) {
     case Severity::Error:
+    case Severity::CriticalWarning:
         return QStringLiteral("error");
     case Severity::Warning:
         return QStringLiteral("warning");

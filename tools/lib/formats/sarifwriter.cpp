@@ -22,6 +22,7 @@ QString sarifLevel(Severity severity)
 {
     switch (severity) {
     case Severity::Error:
+    case Severity::CriticalWarning:
         return QStringLiteral("error");
     case Severity::Warning:
         return QStringLiteral("warning");
