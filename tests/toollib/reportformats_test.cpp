@@ -358,3 +358,20 @@ TEST(MessageSummary, GroupsByInputAndByRule)
         EXPECT_EQ(keys.join(QLatin1Char('|')).toStdString(), row.keys);
     }
 }
+
+TEST(MessageSummary, ColumnsStayAlignedForLongSeverityWords)
+{
+    ClassifiedLine critical = messages()[2];
+    critical.severity = Severity::CriticalWarning;
+    MessageSummary summary(MessageSummary::GroupBy::Id);
+    summary.add(critical);
+    summary.add(messages()[4]);
+    const QStringList lines = summary.text(false, false).split(QLatin1Char('\n'));
+    ASSERT_GE(lines.size(), 3);
+    // The count ends where its header does, whatever the severity word's length.
+    const int countEnd = lines[0].indexOf(QStringLiteral("Count")) + 5;
+    for (int index : { 1, 2 }) {
+        EXPECT_EQ(lines[index].mid(countEnd - 1, 2).toStdString(), "1 ")
+            << lines[index].toStdString();
+    }
+}

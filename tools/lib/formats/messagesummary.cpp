@@ -118,15 +118,19 @@ QString MessageSummary::text(bool baseline, bool waivers) const
     const QString keyTitle = m_groupBy == GroupBy::Id ? QStringLiteral("Id")
         : m_groupBy == GroupBy::Input                 ? QStringLiteral("Input")
                                                       : QStringLiteral("Rule");
+    int severityWidth = 8; // "Severity"
     int keyWidth = keyTitle.size();
     int placeWidth = 5;
     for (const Row& row : table) {
+        severityWidth =
+            std::max(severityWidth, static_cast<int>(severityName(row.severity).size()));
         keyWidth = std::max(keyWidth, static_cast<int>(row.key.size()));
         placeWidth =
             std::max(placeWidth, static_cast<int>(place(row.firstInput, row.firstLogLine).size()));
     }
-    QString header =
-        QStringLiteral("%1 %2").arg(QStringLiteral("Severity"), -8).arg(QStringLiteral("Count"), 7);
+    QString header = QStringLiteral("%1 %2")
+                         .arg(QStringLiteral("Severity"), -severityWidth)
+                         .arg(QStringLiteral("Count"), 7);
     if (baseline) {
         header += QStringLiteral(" %1").arg(QStringLiteral("New"), 6);
     }
@@ -138,8 +142,9 @@ QString MessageSummary::text(bool baseline, bool waivers) const
               .arg(keyTitle, -keyWidth)
               .arg(QStringLiteral("First"), -placeWidth);
     for (const Row& row : table) {
-        QString line =
-            QStringLiteral("%1 %2").arg(severityName(row.severity), -8).arg(row.count, 7);
+        QString line = QStringLiteral("%1 %2")
+                           .arg(severityName(row.severity), -severityWidth)
+                           .arg(row.count, 7);
         if (baseline) {
             line += QStringLiteral(" %1").arg(row.newCount, 6);
         }
