@@ -10,7 +10,6 @@
 
 #include <functional>
 #include <map>
-#include <memory>
 #include <string>
 
 class QIODevice;
@@ -55,7 +54,6 @@ public:
     void setReview(MessageReview* review) { m_review = review; }
 
 private:
-    void renewFilter();
     QByteArray drain();
     const std::string& ruleType(const std::string& rule);
     Severity severityOf(const ZefaMsgFilter::ParsResult& result);
@@ -66,8 +64,7 @@ private:
     const QString m_name;
     ClassificationSummary& m_summary;
     MessageReview* m_review = nullptr;
-    std::unique_ptr<ZefaMsgFilter> m_filter;
-    size_t m_consumed = 0;
+    ZefaMsgFilter m_filter;
     long long m_lineNumber = 0;
     QByteArray m_partial;
     std::map<std::string, std::string> m_ruleTypes;
