@@ -1,6 +1,7 @@
 #include "rules/zefamsgfilterdefreader.h"
 
 #include "common/regexpattern.h"
+#include "common/xmlentitybound.h"
 #include "rules/asciistring.h"
 
 #include <msgfilter/host/basesystem.h>
@@ -96,8 +97,7 @@ bool ZefaMsgFilterDefReader::doRead(ZefaMsgParserEngin* engine, const QString& f
     setDevice(&file);
 
     bool result = true;
-    while (!atEnd()) {
-        readNext();
+    for (readPrologWithinEntityBound(*this); !atEnd(); readNext()) {
         if (isEndElement()) {
             result = true;
             break;

@@ -3,6 +3,7 @@
 #include <msgfilter/messagemanager.h>
 
 #include <QSignalSpy>
+#include <QXmlStreamReader>
 
 #include <csignal>
 
@@ -296,6 +297,133 @@ TEST_F(StoreTest, FailedSaveKeepsThePreviousFile)
         const std::string where = log ? "s/messagereadwrite 131" : "s/messagefilterreadwrite 163";
         const auto blocked = [&] { EXPECT_FALSE(saveDocument(path("reference/x"), log, 9)); };
         EXPECT_EQ(debugLines(blocked), Lines { "Fail to Writing message file " + where });
+    }
+}
+
+// True when the file is a well-formed XML document.
+bool wellFormed(const QByteArray& document)
+{
+    QXmlStreamReader reader(document);
+    while (!reader.atEnd())
+        reader.readNext();
+    return !reader.hasError();
+}
+
+TEST_F(StoreTest, CharactersXmlCannotCarrySurviveASaveAndALoad)
+{
+    const QChar nul(0), high(0xD800), low(0xDC00);
+    const std::pair<const char*, QString> rows[] = {
+        { "colour codes", q("\x1b[31mred\x1b[0m") },
+        { "bell, form feed, vertical tab",
+            q("a\x07"
+              "b\x0c"
+              "c\x0b") },
+        { "NUL", QString(nul) + q("x") + nul },
+        { "backslashes beside an escape", q("C:\\u001B\\\\\\x01\\") },
+        { "unpaired surrogates and non-characters",
+            QString(high) + q("a") + low + high + QChar(0xFFFE) + QChar(0xFFFF) },
+        { "a pair reversed, and a pair with a control", QString(low) + high + q("😀\x1f") },
+    };
+    for (const auto& [name, value] : rows) {
+        SCOPED_TRACE(name);
+        const QString log = path("log.xml"), filters = path("filters.xml");
+        MessageNode node(q("I") + value + q("I"), q("S") + value + q("S"), q("P") + value + q("P"),
+            { value, q("plain") }, { value });
+        ASSERT_TRUE(MessageReadWrite(log).doWrite({ { q("P") + value + q("P"), { &node } } }));
+        EXPECT_TRUE(wellFormed(readAll(log)));
+        MessageReadWrite::Buffer read;
+        std::vector<std::unique_ptr<MessageNode>> released;
+        EXPECT_TRUE(MessageReadWrite(log).doRead(read, released));
+        const QVector<MessageNode*> nodes = read.value(q("P") + value + q("P"));
+        ASSERT_EQ(nodes.size(), 1);
+        released.emplace_back(nodes.front());
+        EXPECT_EQ(describe(released.back().get()), describe(&node));
+
+        FilterNode filter { { { MessageFilter::MaskMessageID, { value, q("B") } },
+                                { MessageFilter::MaskSeverity, { q("W") + value } },
+                                { MessageFilter::MaskMilestone, { value } } },
+            { &node } };
+        ASSERT_TRUE(MessageFilterReadWrite(filters).doWrite(
+            { { q("F") + value, &filter } }, q("F") + value));
+        EXPECT_TRUE(wellFormed(readAll(filters)));
+        MessageFilterReadWrite::FilterTable table;
+        QString active;
+        zefa::msg_filter::impl_detail::FilterReadOwnership owned;
+        EXPECT_TRUE(MessageFilterReadWrite(filters).doRead(table, active, owned));
+        for (FilterNode* read : qAsConst(table))
+            owned.filters.emplace_back(read);
+        EXPECT_EQ(active, q("F") + value);
+        ASSERT_EQ(table.keys(), QStringList { q("F") + value });
+        const FilterNode* back = table.value(q("F") + value);
+        EXPECT_EQ(back->generalFilter, filter.generalFilter);
+        ASSERT_EQ(back->individualFilter.size(), 1);
+        EXPECT_EQ(describe(back->individualFilter.front()),
+            describe(&node).substr(0, describe(&node).rfind('(')) + "()");
+    }
+}
+
+TEST_F(StoreTest, EscapedValuesAreMarkedAndOthersWrittenAsBefore)
+{
+    MessageNode node(
+        q("SYN-1"), q("Warning"), q("syn\x1bth"), { q("\x1b[1mC:\\temp"), q("C:\\temp") }, {});
+    ASSERT_TRUE(MessageReadWrite(path("log.xml")).doWrite({ { q("syn\x1bth"), { &node } } }));
+    EXPECT_EQ(readAll(path("log.xml")),
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<ZefaMessageLog>\n"
+        "    <Task name=\"syn\\u001Bth\" escaped=\"\">\n"
+        "        <Message>\n"
+        "            <ID>SYN-1</ID>\n"
+        "            <Severity>Warning</Severity>\n"
+        "            <Dynamic escaped=\"\">\\u001B[1mC:\\\\temp</Dynamic>\n"
+        "            <Dynamic>C:\\temp</Dynamic>\n"
+        "        </Message>\n"
+        "    </Task>\n"
+        "</ZefaMessageLog>");
+}
+
+TEST_F(StoreTest, EntitiesExpandingPastTheBoundAreRefusedLikeMalformedXml)
+{
+    // The DTD of either file, the text of one value, and whether the file is read.
+    const QByteArray longValue(4000, 'b');
+    const std::tuple<const char*, QByteArray, QByteArray, bool> rows[] = {
+        { "a long entity used past the bound", "<!ENTITY e '" + longValue + "'>",
+            QByteArray("&e;").repeated(30000), false },
+        { "a long entity used once", "<!ENTITY e '" + longValue + "'>", "&e;x", true },
+        { "a longer entity in an attribute default",
+            "<!ENTITY e 'abcd'><!ATTLIST Task x CDATA '&e;'>", "&e;", false },
+    };
+    const QString expanded = QString::fromLatin1(longValue) + q("x");
+    for (const auto& [name, entities, text, read] : rows) {
+        SCOPED_TRACE(name);
+        const QByteArray doctype = "<!DOCTYPE r [" + entities + "]><r>";
+        QFile log(path("log.xml")), filters(path("filters.xml"));
+        ASSERT_TRUE(log.open(QIODevice::WriteOnly) && filters.open(QIODevice::WriteOnly));
+        log.write(doctype + "<Task name=\"t\"><Message><ID>" + text + "</ID></Message></Task></r>");
+        filters.write(doctype + "<Filter name=\"f\"><GeneralFilter><ID>" + text
+            + "</ID></GeneralFilter></Filter></r>");
+        log.close();
+        filters.close();
+
+        MessageObject object;
+        object.setCurrentProcess(q("kept"));
+        object.postMessage(QString(), q("K"), {}, {});
+        object.loadProcessMessages(path("log.xml"));
+        Lines messages { "K [] @kept () ()" };
+        if (read)
+            messages.push_back(expanded.toStdString() + " [] @t () ()");
+        EXPECT_EQ(contents(object), messages);
+
+        MessageFilterReadWrite::FilterTable table { { q("previous"), new FilterNode } };
+        QString active;
+        zefa::msg_filter::impl_detail::FilterReadOwnership owned;
+        EXPECT_TRUE(MessageFilterReadWrite(path("filters.xml")).doRead(table, active, owned));
+        for (FilterNode* node : qAsConst(table))
+            owned.filters.emplace_back(node);
+        EXPECT_EQ(table.keys(), read ? QStringList { q("f") } : QStringList());
+        if (read) {
+            EXPECT_EQ(table.value(q("f"))->generalFilter.value(MessageFilter::MaskMessageID),
+                QStringList { expanded });
+        }
     }
 }
 
