@@ -128,12 +128,16 @@ void EngineMessageManager::onLoadProject()
         return;
     }
 
-    // A failed resolution, and likewise an empty list of names, leaves the file name
-    // empty: the filters are then read from the report directory path itself, which the
-    // store treats as an unreadable file.
+    // A failed resolution leaves the file name empty: the filters are then read from the
+    // report directory path itself, which the store treats as an unreadable file. A
+    // resolution that succeeds with no name at all is a fault of the host's; the load
+    // ends here, as an out-of-range access would end it, without touching the store.
     QString fileName;
     std::vector<std::string> names;
-    if (implementation->resolveReportsFileNameFromId(names, kFilterReportId) && !names.empty()) {
+    if (implementation->resolveReportsFileNameFromId(names, kFilterReportId)) {
+        if (names.empty()) {
+            return;
+        }
         fileName = fromHostText(names.front());
     }
     const QDir reportDirectory(fromHostText(implementation->getRunTime()->getOutReportDirectory()));

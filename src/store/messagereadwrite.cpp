@@ -1,9 +1,9 @@
 #include "store/messagereadwrite.h"
 
+#include "common/atomicxmlsave.h"
 #include "common/xmlentitybound.h"
 #include "common/xmlescapedtext.h"
-#include "store/atomicxmlsave.h"
-#include "store/xmlfileopen.h"
+#include "common/xmlfileopen.h"
 
 #include <QFile>
 #include <QXmlStreamReader>

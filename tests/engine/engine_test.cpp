@@ -309,13 +309,23 @@ TEST_F(Engine, ProcessStartFiltersByMilestone)
 TEST_F(Engine, ProjectLoadReadsTheDefaultImplementationsFilterFileAndActivatesIt)
 {
     // The default implementation's title (none if null), its report file names for the
-    // filter file, and whether the filters come into force.
-    const std::tuple<const char*, std::optional<Lines>, bool> rows[] = {
-        { "impl", Lines { "filters.xml", "x.xml" }, true }, { "impl", std::nullopt, false },
-        { "impl", Lines {}, false }, { "", Lines { "filters.xml" }, false },
-        { nullptr, std::nullopt, false }
+    // filter file, whether the filters come into force and whether the implementation
+    // gets an object and becomes the active one. A resolution that yields no name at all
+    // ends the load before the store is touched.
+    struct Row {
+        const char* title;
+        std::optional<Lines> names;
+        bool loads;
+        bool activates;
     };
-    for (const auto& [title, names, loads] : rows) {
+    const Row rows[] = {
+        { "impl", Lines { "filters.xml", "x.xml" }, true, true },
+        { "impl", std::nullopt, false, true },
+        { "impl", Lines {}, false, false },
+        { "", Lines { "filters.xml" }, false, false },
+        { nullptr, std::nullopt, false, false },
+    };
+    for (const auto& [title, names, loads, activates] : rows) {
         SCOPED_TRACE(testing::Message() << (title ? title : "none") << names.has_value());
         reset();
         if (title != nullptr) {
@@ -329,7 +339,9 @@ TEST_F(Engine, ProjectLoadReadsTheDefaultImplementationsFilterFileAndActivatesIt
         MessageManager::getInstance()->setActiveObject(QStringLiteral("before"));
         publish("project loaded");
         EXPECT_EQ(MessageManager::getInstance()->getActiveObjectName(),
-            QLatin1String(title != nullptr && *title != '\0' ? "impl" : "before"));
+            QLatin1String(activates ? "impl" : "before"));
+        EXPECT_EQ(MessageManager::getInstance()->getObjectNames().contains(QStringLiteral("impl")),
+            activates);
         EXPECT_EQ(journal("disableMsgType"), loads ? Lines { "disableMsgType(2)" } : Lines {});
     }
 }

@@ -26,7 +26,11 @@ run(${CMAKE_COMMAND} -S "${CONSUMER_SOURCE}" -B "${WORK_DIR}/consumer" -G "${GEN
     -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX_COMPILER}
     "-DCMAKE_CXX_FLAGS=${CONSUMER_FLAGS}" "-DCMAKE_EXE_LINKER_FLAGS=${CONSUMER_FLAGS}")
 run(${CMAKE_COMMAND} --build "${WORK_DIR}/consumer")
-run("${WORK_DIR}/consumer/consumer" "${prefix}/share/msgfilter")
+# Installed into the package's own prefix, outside the loader's default directories,
+# and started with nothing but the run paths the binaries carry.
+run(${CMAKE_COMMAND} --install "${WORK_DIR}/consumer" --prefix "${prefix}")
+unset(ENV{LD_LIBRARY_PATH})
+run("${prefix}/bin/consumer")
 message(STATUS "find_package consumer: ${last_output}")
 
 # Through pkg-config.
@@ -35,7 +39,8 @@ run(pkg-config --cflags --libs msgfilter)
 string(STRIP "${last_output}" pc_flags)
 separate_arguments(pc_flags UNIX_COMMAND "${pc_flags}")
 separate_arguments(extra UNIX_COMMAND "${CONSUMER_FLAGS}")
-run(${CXX_COMPILER} -std=c++17 -fPIC ${extra} "${CONSUMER_SOURCE}/main.cpp" ${pc_flags}
+run(${CXX_COMPILER} -std=c++17 -fPIC -DMSGFILTER_CONSUMER_USES_HOST ${extra}
+    "${CONSUMER_SOURCE}/main.cpp" ${pc_flags}
     "-Wl,-rpath,${prefix}/lib" -o "${WORK_DIR}/consumer-pc")
 run("${WORK_DIR}/consumer-pc" "${prefix}/share/msgfilter")
 message(STATUS "pkg-config consumer: ${last_output}")

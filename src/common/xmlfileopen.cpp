@@ -1,4 +1,4 @@
-#include "store/xmlfileopen.h"
+#include "common/xmlfileopen.h"
 
 #include <QDebug>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "store/atomicxmlsave.h"
+#include "common/atomicxmlsave.h"
 
 #include <QDebug>
 #include <QFile>
