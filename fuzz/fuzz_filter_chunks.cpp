@@ -36,16 +36,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0)
         return 0;
     const std::size_t chunkSize = 1 + data[0] % 61;
-    // The filter takes C strings: a NUL ends a chunk and is not part of the output.
-    std::string output;
-    for (std::size_t index = 1; index < size; ++index)
-        if (data[index] != 0)
-            output += static_cast<char>(data[index]);
+    const std::string output(reinterpret_cast<const char*>(data) + 1, size - 1);
 
     zefa::msg_filter::ZefaMsgFilter filter("fpga");
     filter.startEngin(kEngines[(data[0] >> 6) & 3]);
-    for (std::size_t start = 0; start < output.size(); start += chunkSize)
-        filter.filterMessage(output.substr(start, chunkSize).c_str());
+    for (std::size_t start = 0; start < output.size(); start += chunkSize) {
+        const std::string chunk = output.substr(start, chunkSize);
+        filter.filterMessage(chunk.data(), chunk.size());
+    }
 
     std::string joined;
     for (const auto& result : filter.getResults()) {

@@ -26,17 +26,11 @@ QDir BaseSystem::getDataPath()
     if (qEnvironmentVariableIsSet("ZEFA_DATA_PATH")) {
         return QDir(qEnvironmentVariable("ZEFA_DATA_PATH"));
     }
-    // An installed library finds its data beside it, wherever the prefix was moved;
-    // a library in a build tree has no such directory and uses the sources' data.
-    const QString libraryDirectory = loadedLibraryDirectory();
-    if (!libraryDirectory.isEmpty()) {
-        const QDir installed(
-            libraryDirectory + QLatin1Char('/') + QStringLiteral(MSGFILTER_LIB_TO_DATA));
-        if (installed.exists()) {
-            return QDir(installed.canonicalPath());
-        }
-    }
-    return QDir(QStringLiteral(MSGFILTER_SOURCE_DATA_DIR));
+    // The data sits at the same place relative to the library wherever the prefix was
+    // moved; a build tree lays itself out the same way.
+    const QDir data(
+        loadedLibraryDirectory() + QLatin1Char('/') + QStringLiteral(MSGFILTER_LIB_TO_DATA));
+    return data.exists() ? QDir(data.canonicalPath()) : data;
 }
 
 } // namespace zefa::pelno

@@ -1,3 +1,5 @@
+#include "common/severity.h"
+
 #include <msgfilter/host/basesystem.h>
 #include <msgfilter/host/msgcatalogue.h>
 
@@ -5,44 +7,25 @@
 
 #include <algorithm>
 #include <cctype>
+#include <optional>
 
 namespace zefa::pelno {
 
 namespace {
 
+// The catalogue types its entries with the library's severity type.
+using zefa::msg_filter::impl_detail::catalogueWord;
+using zefa::msg_filter::impl_detail::genericMessageNumber;
+using zefa::msg_filter::impl_detail::kAllSeverityTypes;
+using zefa::msg_filter::impl_detail::kCatalogueSeverities;
+using zefa::msg_filter::impl_detail::kGenericComponent;
+using zefa::msg_filter::impl_detail::Severity;
+using zefa::msg_filter::impl_detail::severityOfTypeCode;
+using zefa::msg_filter::impl_detail::severityOfWord;
+using zefa::msg_filter::impl_detail::typeCode;
+
 constexpr int firstAllocatedMid = 5001;
 const char* const catalogueFileName = "msgcatalogue.txt";
-
-bool isKnownType(int type)
-{
-    return type == 1 || type == 2 || type == 4 || type == 8;
-}
-
-const char* typeWord(int type)
-{
-    switch (type) {
-    case 1:
-        return "Error";
-    case 2:
-        return "Warning";
-    case 4:
-        return "Info";
-    case 8:
-        return "Critical Warning";
-    default:
-        return "";
-    }
-}
-
-bool equalsIgnoringCase(const std::string& a, const char* b)
-{
-    const std::string other(b);
-    return a.size() == other.size()
-        && std::equal(a.begin(), a.end(), other.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x))
-                   == std::tolower(static_cast<unsigned char>(y));
-           });
-}
 
 // A non-negative decimal number of at most nine digits (so it fits an int), or -1.
 int parseNumber(const std::string& text)
@@ -66,9 +49,12 @@ std::string trimmed(const std::string& text)
 // A type given in a catalogue file: a type word in any case, or its code; 0 when neither.
 int parseType(const std::string& text)
 {
-    for (int type : { 1, 2, 4, 8 }) {
-        if (equalsIgnoringCase(text, typeWord(type)) || text == std::to_string(type)) {
-            return type;
+    if (const std::optional<Severity> severity = severityOfWord(text)) {
+        return typeCode(*severity);
+    }
+    for (Severity severity : kCatalogueSeverities) {
+        if (text == std::to_string(typeCode(severity))) {
+            return typeCode(severity);
         }
     }
     return 0;
@@ -166,10 +152,15 @@ void MsgCatalogue::reset()
     journal_.clear();
     disabledIds_.clear();
     disabledArguments_.clear();
-    typeMask_ = 15;
-    addChecked({ 9990, "common", "9990", 1, "%1" }, nullptr);
-    addChecked({ 9991, "common", "9991", 2, "%1" }, nullptr);
-    addChecked({ 9992, "common", "9992", 4, "%1" }, nullptr);
+    typeMask_ = kAllSeverityTypes;
+    for (Severity severity : kCatalogueSeverities) {
+        const int number = genericMessageNumber(severity);
+        if (number != -1) {
+            addChecked(
+                { number, kGenericComponent, std::to_string(number), typeCode(severity), "%1" },
+                nullptr);
+        }
+    }
     loadDefaults();
 }
 
@@ -234,7 +225,7 @@ int MsgCatalogue::addChecked(const CatalogueEntry& entry, std::string* reason)
 int MsgCatalogue::addEntry(
     const std::string& component, const std::string& id, int type, const std::string& text)
 {
-    if (id.empty() || !isKnownType(type)) {
+    if (id.empty() || !severityOfTypeCode(type)) {
         return -1;
     }
     return addChecked({ -1, component, id, type, text }, nullptr);
@@ -403,7 +394,8 @@ int MsgCatalogue::typeOf(const char* key, std::string& word, std::string& compon
         component.clear();
         return 0;
     }
-    word = typeWord(entry->type);
+    const std::optional<Severity> severity = severityOfTypeCode(entry->type);
+    word = severity ? catalogueWord(*severity) : "";
     component = entry->component;
     return entry->type;
 }

@@ -35,6 +35,10 @@ std::string format(const std::vector<std::string>& list)
 
 template <class... Arguments> void record(const char* operation, const Arguments&... arguments)
 {
+    // A long run with the journal off pays for nothing of it, the formatting included.
+    if (!MsgCatalogue::instance().journalEnabled()) {
+        return;
+    }
     std::string line(operation);
     line += '(';
     bool first = true;

@@ -2,6 +2,7 @@
 
 #include <msgfilter/msgfilter_export.h>
 
+#include <cstddef>
 #include <deque>
 #include <memory>
 #include <string>
@@ -64,6 +65,9 @@ public:
     bool startEngin(const char* engine);
     bool endFilter();
     bool filterMessage(const char* text);
+    /// As filterMessage(text), for `size` bytes: a NUL byte is text like any other and
+    /// stays in its line, as everywhere else in the library.
+    bool filterMessage(const char* text, std::size_t size);
     /// Classifies one line and appends its result; an empty line records nothing.
     void flushMessage(const std::string& line);
 
@@ -71,6 +75,10 @@ public:
     bool getNextResult(ParsResult& result);
     /// Every result recorded so far, oldest first.
     const std::deque<ParsResult>& getResults() const;
+    /// Hands over every result recorded so far, oldest first, and forgets them, so that a
+    /// long run does not keep them all. The start, end and filter calls still answer
+    /// whether a result was ever recorded.
+    std::deque<ParsResult> takeResults();
     /// Does nothing.
     void writeLogFile(const std::string& text);
 

@@ -172,7 +172,7 @@ bool withinBound(QXmlStreamReader& reader, const QString& declaredEncoding)
 
 } // namespace
 
-void readPrologWithinEntityBound(QXmlStreamReader& reader)
+void readPrologWithinEntityBound(QXmlStreamReader& reader, const std::function<void()>& readNext)
 {
     // No entity may expand while the DTD is read: only its declarations are wanted here.
     const int expansionLimit = reader.entityExpansionLimit();
@@ -180,7 +180,10 @@ void readPrologWithinEntityBound(QXmlStreamReader& reader)
     // The declared encoding is only known while the reader stands on the declaration.
     QString declaredEncoding;
     while (!reader.atEnd()) {
-        reader.readNext();
+        if (readNext)
+            readNext();
+        else
+            reader.readNext();
         if (reader.isStartDocument())
             declaredEncoding = reader.documentEncoding().toString();
         if (reader.isDTD() || reader.isStartElement())

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 class QXmlStreamReader;
 
 namespace zefa::msg_filter::impl_detail {
@@ -18,7 +20,10 @@ namespace zefa::msg_filter::impl_detail {
 /// reference: the reader would expand it while reading the DTD itself.
 ///
 /// The reader is left on the token it stopped at (the DTD, the root's start tag or the end
-/// of the document), which the caller handles as the first token of its loop.
-void readPrologWithinEntityBound(QXmlStreamReader& reader);
+/// of the document), which the caller handles as the first token of its loop. `readNext`,
+/// when given, reads each token in place of the reader's own readNext(), for a reader that
+/// notes something about every token.
+void readPrologWithinEntityBound(
+    QXmlStreamReader& reader, const std::function<void()>& readNext = nullptr);
 
 } // namespace zefa::msg_filter::impl_detail

@@ -1,6 +1,6 @@
 #include "engine/engineeventlistener.h"
 
-#include "engine/asciitext.h"
+#include "common/latin1.h"
 
 namespace zefa::msg_filter::impl_detail {
 
@@ -73,7 +73,7 @@ long EngineEventListener::notify(PELNO_EVENT_OBJ* event, long* result)
 long EngineEventListener::handleTaskEvent(PELNO_TASK_EVENT_OBJ* event, long*)
 {
     const std::string& action = event->header.action;
-    const QString implementation = fromHostText(event->header.implementation);
+    const QString implementation = fromLatin1(event->header.implementation);
     // "cancled" is how the host spells it; a correctly spelt "canceled" never arrives.
     if (action == "started") {
         Q_EMIT sigTaskStarted(implementation, event->status_code);
@@ -86,9 +86,9 @@ long EngineEventListener::handleTaskEvent(PELNO_TASK_EVENT_OBJ* event, long*)
 long EngineEventListener::handleProcessEvent(PELNO_PROCESS_EVENT_OBJ* event, long*)
 {
     const std::string& action = event->header.action;
-    const QString implementation = fromHostText(event->header.implementation);
-    const QString milestone = fromHostText(event->milestone);
-    const QString task = fromHostText(event->task);
+    const QString implementation = fromLatin1(event->header.implementation);
+    const QString milestone = fromLatin1(event->milestone);
+    const QString task = fromLatin1(event->task);
     // An "updated" process has run to its end as far as messages are concerned.
     if (action == "started") {
         Q_EMIT sigProcessStarted(implementation, milestone, task);
@@ -101,9 +101,9 @@ long EngineEventListener::handleProcessEvent(PELNO_PROCESS_EVENT_OBJ* event, lon
 long EngineEventListener::handleEngineEvent(PELNO_ENGINE_EVENT_OBJ* event, long*)
 {
     const std::string& action = event->header.action;
-    const QString implementation = fromHostText(event->header.implementation);
-    const QString task = fromHostText(event->task);
-    const QString engine = fromHostText(event->engine);
+    const QString implementation = fromLatin1(event->header.implementation);
+    const QString task = fromLatin1(event->task);
+    const QString engine = fromLatin1(event->engine);
     // A cancelled engine announces nothing; its rule set simply stays selected.
     if (action == "started") {
         Q_EMIT sigEngineStarted(implementation, task, engine);
@@ -121,7 +121,7 @@ long EngineEventListener::handleProjectEvent(PELNO_EVENT_OBJ* event, long*)
     } else if (action == "closed") {
         Q_EMIT sigProjectClosed();
     } else if (action == "default_implement") {
-        Q_EMIT sigDefaultImplementationChanged(fromHostText(event->header.implementation));
+        Q_EMIT sigDefaultImplementationChanged(fromLatin1(event->header.implementation));
     }
     return 0;
 }
@@ -131,7 +131,7 @@ long EngineEventListener::handleImplementationEvent(PELNO_EVENT_OBJ* event, long
     // "changed", "added" and "default_strategy" are known to the host but change nothing
     // the library keeps; only a removal matters.
     if (event->header.action == "removed") {
-        Q_EMIT sigImplementationRemoved(fromHostText(event->header.implementation));
+        Q_EMIT sigImplementationRemoved(fromLatin1(event->header.implementation));
     }
     return 0;
 }

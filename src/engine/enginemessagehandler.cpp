@@ -1,13 +1,17 @@
 #include "engine/enginemessagehandler.h"
 
+#include "common/latin1.h"
+#include "common/linesplitter.h"
 #include "common/regexpattern.h"
-#include "engine/asciitext.h"
+#include "common/severity.h"
 
 #include <msgfilter/host/host.h>
 #include <msgfilter/msgfilter.h>
 
 #include <QDebug>
 #include <QPointer>
+
+#include <optional>
 
 namespace zefa::msg_filter::impl_detail {
 
@@ -50,7 +54,7 @@ EngineMessageHandler::EngineMessageHandler(const QString& implementation, QObjec
         zefa::pelno::ZefaProjectManager::getProjectManager();
     if (projects != nullptr && projects->getProject() != nullptr) {
         m_active =
-            fromHostText(projects->getProject()->getDefaultImplementation()) == m_implementation;
+            fromLatin1(projects->getProject()->getDefaultImplementation()) == m_implementation;
     }
     m_messageObject = MessageManager::getInstance()->getObject(m_implementation);
 }
@@ -65,7 +69,7 @@ void EngineMessageHandler::updateMessageParser()
         m_engineParser = nullptr;
         return;
     }
-    m_engineParser = m_target->getEngine(toHostText(m_currentEngine));
+    m_engineParser = m_target->getEngine(toLatin1(m_currentEngine));
     if (m_engineParser == nullptr) {
         m_engineParser = m_target->getEngine(kDefaultEngine);
     }
@@ -76,7 +80,7 @@ void EngineMessageHandler::onEngineMessageOut(const QString& implemenation, cons
     if (implemenation != m_implementation) {
         return;
     }
-    m_lineBuffer.append(message);
+    m_lines.append(message);
     processMessageBuffer();
 }
 
@@ -87,22 +91,21 @@ void EngineMessageHandler::processMessageBuffer()
     // The line is therefore taken off the buffer before it is handled, and the loop stops
     // if this handler did not survive.
     QPointer<EngineMessageHandler> alive(this);
-    int lineEnd = m_lineBuffer.indexOf(QLatin1Char('\n'));
-    while (lineEnd >= 0) {
-        QString line = m_lineBuffer.left(lineEnd);
-        m_lineBuffer.remove(0, lineEnd + 1);
+    QString line;
+    while (m_lines.takeLine(line)) {
+        line.chop(1);
         line.remove(QLatin1Char('\r'));
         handleMessageLine(line);
         if (alive.isNull()) {
             return;
         }
-        lineEnd = m_lineBuffer.indexOf(QLatin1Char('\n'));
     }
+    m_lines.compact();
 }
 
 void EngineMessageHandler::handleMessageLine(const QString& line)
 {
-    const std::string text = toHostText(line);
+    const std::string text = toLatin1(line);
     ZefaMsgParserRule* rule =
         FindBestMatchRule(ZefaMsgParserEngin::getMsgParserEngin(), m_engineParser, text);
     if (rule == nullptr) {
@@ -135,7 +138,7 @@ void EngineMessageHandler::handleMessageLine(const QString& line)
             oldFormatExpression().matchesWhole(line, &captures) ? captures.value(3) : line;
         dynamic.append(messageText.trimmed());
         if (!idText.empty()) {
-            id = fromHostText(idText);
+            id = fromLatin1(idText);
         } else {
             component = parseOldMessageIds(id, severity);
         }
@@ -157,15 +160,15 @@ void EngineMessageHandler::parseNewMessage(const FieldList& fields, QString& id,
     QString arguments;
     for (const auto& [name, value] : fields) {
         if (name == "id") {
-            id = fromHostText(value);
+            id = fromLatin1(value);
         } else if (name == "type") {
-            type = fromHostText(value);
+            type = fromLatin1(value);
         } else if (name == "dynamic") {
-            dynamicCount = fromHostText(value).toInt(nullptr, 10);
+            dynamicCount = fromLatin1(value).toInt(nullptr, 10);
         } else if (name == "navigation") {
-            navigationCount = fromHostText(value).toInt(nullptr, 10);
+            navigationCount = fromLatin1(value).toInt(nullptr, 10);
         } else if (name == "args") {
-            arguments = fromHostText(value).trimmed();
+            arguments = fromLatin1(value).trimmed();
         }
     }
     if (arguments.isEmpty()) {
@@ -208,15 +211,13 @@ QString EngineMessageHandler::parseXmlReserved(const QString& text)
 
 QString EngineMessageHandler::parseOldMessageIds(QString& id, const QString& severity)
 {
-    // The catalogue's generic entries, one per severity, under the component "common".
-    if (severity.compare(QLatin1String("Error"), Qt::CaseInsensitive) == 0) {
-        id = QStringLiteral("9990");
-    } else if (severity.compare(QLatin1String("Warning"), Qt::CaseInsensitive) == 0) {
-        id = QStringLiteral("9991");
-    } else if (severity.compare(QLatin1String("Info"), Qt::CaseInsensitive) == 0) {
-        id = QStringLiteral("9992");
+    // The catalogue's generic entries, one per severity; any other word leaves the id as
+    // it was.
+    const std::optional<Severity> known = severityOfWord(severity);
+    if (known && *known != Severity::CriticalWarning) {
+        id = QString::number(genericMessageNumber(*known));
     }
-    return QStringLiteral("common");
+    return QLatin1String(kGenericComponent);
 }
 
 void EngineMessageHandler::parseOldMessageNavigation(
@@ -224,22 +225,13 @@ void EngineMessageHandler::parseOldMessageNavigation(
 {
     navigation.clear();
     for (const auto& field : fields) {
-        navigation.append(fromHostText(field.second));
+        navigation.append(fromLatin1(field.second));
     }
 }
 
 QString EngineMessageHandler::convertMessageType(const std::string& type)
 {
-    const QString text = fromHostText(type);
-    if (text.contains(QLatin1String("error"), Qt::CaseInsensitive)
-        || text.contains(QLatin1String("@E"), Qt::CaseInsensitive)) {
-        return QStringLiteral("Error");
-    }
-    if (text.contains(QLatin1String("warning"), Qt::CaseInsensitive)
-        || text.contains(QLatin1String("@W"), Qt::CaseInsensitive)) {
-        return QStringLiteral("Warning");
-    }
-    return QStringLiteral("Info");
+    return catalogueText(severityOfRuleType(type));
 }
 
 void EngineMessageHandler::onActiveImplementationChanged(const QString& implementation)
@@ -326,9 +318,9 @@ void EngineMessageHandler::onEngineFinished(
     // The unterminated tail is handled now, so that it is not lost if nothing follows,
     // and kept: the next output of this implementation continues it and it is handled
     // again, whole, when its line feed arrives. The rule set stays selected as well.
-    if (!m_lineBuffer.isEmpty()) {
+    if (m_lines.hasRest()) {
         QPointer<EngineMessageHandler> alive(this);
-        const QString pending = m_lineBuffer;
+        const QString pending = m_lines.rest();
         handleMessageLine(pending);
         if (alive.isNull()) {
             return;

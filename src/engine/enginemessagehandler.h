@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/linesplitter.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -37,7 +39,7 @@ public:
     /// Selects the rule set of the current engine, or the target's "default" engine when
     /// the current one is unknown.
     void updateMessageParser();
-    /// Cuts every complete line off the front of the buffer and handles it.
+    /// Takes every complete line off the front of the buffer and handles it, in order.
     void processMessageBuffer();
     /// Classifies one line and posts it, or passes it on as plain text.
     void handleMessageLine(const QString& line);
@@ -81,7 +83,7 @@ private:
     bool m_active = false;
     QString m_implementation;
     QString m_currentEngine;
-    QString m_lineBuffer;
+    LineSplitter<QString> m_lines;
     ZefaEnginMsgParser* m_engineParser = nullptr;
     ZefaMsgTarget* m_target = nullptr;
     MessageObject* m_messageObject = nullptr;

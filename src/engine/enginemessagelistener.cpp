@@ -1,6 +1,6 @@
 #include "engine/enginemessagelistener.h"
 
-#include "engine/asciitext.h"
+#include "common/latin1.h"
 
 namespace zefa::msg_filter::impl_detail {
 
@@ -35,7 +35,7 @@ long EngineMessageListener::notify(zefa::pelno::PELNO_EVENT_OBJ* event, long*)
     auto* message = static_cast<zefa::pelno::PELNO_MESSAGE_EVENT_OBJ*>(event);
     if (message->message_kind == kEngineOutputKind) {
         Q_EMIT sigEngineMessageOut(
-            fromHostText(message->header.implementation), fromHostText(message->message));
+            fromLatin1(message->header.implementation), fromLatin1(message->message));
     }
     return 0;
 }

@@ -1,4 +1,4 @@
-#include "engine/asciitext.h"
+#include "common/latin1.h"
 #include "engine/engineeventlistener.h"
 #include "engine/enginemessagehandler.h"
 #include "engine/enginemessagelistener.h"
@@ -19,7 +19,7 @@ namespace zefa::msg_filter {
 using impl_detail::EngineEventListener;
 using impl_detail::EngineMessageHandler;
 using impl_detail::EngineMessageListener;
-using impl_detail::fromHostText;
+using impl_detail::fromLatin1;
 
 namespace {
 
@@ -138,12 +138,12 @@ void EngineMessageManager::onLoadProject()
         if (names.empty()) {
             return;
         }
-        fileName = fromHostText(names.front());
+        fileName = fromLatin1(names.front());
     }
-    const QDir reportDirectory(fromHostText(implementation->getRunTime()->getOutReportDirectory()));
+    const QDir reportDirectory(fromLatin1(implementation->getRunTime()->getOutReportDirectory()));
     const QString path = reportDirectory.absoluteFilePath(fileName);
 
-    const QString title = fromHostText(implementation->getTitle());
+    const QString title = fromLatin1(implementation->getTitle());
     if (title.isEmpty()) {
         return;
     }

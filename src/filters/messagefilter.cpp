@@ -1,7 +1,8 @@
 #include "filters/messagefilter.h"
 
+#include "common/latin1.h"
+#include "common/severity.h"
 #include "filters/messagefilterreadwrite.h"
-#include "store/latin1lists.h"
 
 #include <msgfilter/host/host.h>
 
@@ -11,18 +12,9 @@ namespace zefa::msg_filter::impl_detail {
 
 namespace {
 
-// Translated once, when the library is loaded; every severity test compares against
-// these words exactly.
-const QString kInfoWord = QObject::tr("Info");
-const QString kWarningWord = QObject::tr("Warning");
-const QString kErrorWord = QObject::tr("Error");
-
-// Catalogue message type bits.
-constexpr int kTypeError = 1;
-constexpr int kTypeWarning = 2;
-constexpr int kTypeInfo = 4;
-constexpr int kAllTypes = 15;
-constexpr int kAllTypesButError = ~kTypeError; // -2
+constexpr int kErrorType = typeCode(Severity::Error);
+// Every type bit but the error bit: -2.
+constexpr int kAllTypesButError = ~kErrorType;
 
 } // namespace
 
@@ -104,7 +96,7 @@ void MessageFilter::activePnFilter(const QString& process)
     zefa::pelno::msgManager catalogue;
     // Start from a catalogue that shows everything, so that switches of an earlier
     // application never survive into this one.
-    catalogue.enableMsgType(kAllTypes);
+    catalogue.enableMsgType(kAllSeverityTypes);
     catalogue.enableMsg(nullptr);
 
     const FilterNode* filter = m_filters.value(m_activeFilterName, nullptr);
@@ -125,31 +117,34 @@ void MessageFilter::activePnFilter(const QString& process)
         std::string typeWord;
         std::string secondWord;
         // Error messages are never hidden by id.
-        if (catalogue.queryMsgType(key.constData(), typeWord, secondWord) != kTypeError)
+        if (catalogue.queryMsgType(key.constData(), typeWord, secondWord) != kErrorType)
             catalogue.disableMsg(key.constData(), 0);
     }
 
     int severityMask = 0;
     const QStringList severities = filter->generalFilter.value(MaskSeverity);
+    // Severities are compared with the library's translated words, exactly; errors are
+    // never hidden.
     for (const QString& severity : severities) {
-        if (severity == kWarningWord)
-            severityMask |= kTypeWarning;
-        else if (severity == kInfoWord)
-            severityMask |= kTypeInfo;
+        if (severity == translatedText(Severity::Warning))
+            severityMask |= typeCode(Severity::Warning);
+        else if (severity == translatedText(Severity::Info))
+            severityMask |= typeCode(Severity::Info);
     }
     if (severityMask != 0)
         catalogue.disableMsgType(severityMask);
 
     // A single message is hidden only in the process it was recorded in.
     for (MessageNode* record : filter->individualFilter) {
-        if (record->getMessageProcess() != process || record->getMessageSeverity() == kErrorWord)
+        if (record->getMessageProcess() != process
+            || record->getMessageSeverity() == translatedText(Severity::Error))
             continue;
-        std::vector<std::string> arguments = toLatin1Vector(record->getMessageDynamicData());
+        std::vector<std::string> arguments = toLatin1(record->getMessageDynamicData());
         const QByteArray key = record->getMessageID().toLatin1();
         catalogue.disableMsg(key.constData(), arguments);
     }
 
-    catalogue.enableMsgType(kTypeError);
+    catalogue.enableMsgType(kErrorType);
 }
 
 } // namespace zefa::msg_filter::impl_detail

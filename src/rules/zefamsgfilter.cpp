@@ -1,4 +1,5 @@
-#include "rules/asciistring.h"
+#include "common/latin1.h"
+#include "common/linesplitter.h"
 
 #include <msgfilter/zefamsgfilter.h>
 #include <msgfilter/zefamsgparserengin.h>
@@ -6,10 +7,13 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <cstring>
+#include <utility>
 
 namespace zefa::msg_filter {
 
 using impl_detail::FindBestMatchRule;
+using impl_detail::LineSplitter;
 using impl_detail::ZefaEnginMsgParser;
 using impl_detail::ZefaMsgParserEngin;
 using impl_detail::ZefaMsgParserRule;
@@ -30,15 +34,18 @@ std::string argumentValue(const QString& piece)
         && value.endsWith(QLatin1Char('"'))) {
         value = value.mid(1, value.size() - 2).trimmed();
     }
-    return impl_detail::toStdString(value);
+    return impl_detail::toLatin1(value);
 }
 
 } // namespace
 
-// Non-owning pointers into the rule engine, which outlives every filter.
 struct ZefaMsgFilter::FilterState {
+    // Non-owning pointers into the rule engine, which outlives every filter.
     ZefaMsgTarget* target = nullptr;
     ZefaEnginMsgParser* engine = nullptr;
+    // What the start, end and filter calls answer; results handed over by takeResults()
+    // still count.
+    bool recordedAny = false;
 };
 
 ZefaMsgFilter::ZefaMsgFilter()
@@ -111,14 +118,14 @@ bool ZefaMsgFilter::startFilter(const char* target)
     // The unterminated rest is classified but kept: later output continues that line.
     flushMessage(m_pending);
     setTarget(target);
-    return !m_results.empty();
+    return m_state->recordedAny;
 }
 
 bool ZefaMsgFilter::startEngin(const char* engine)
 {
     flushMessage(m_pending);
     setEngine(engine);
-    return !m_results.empty();
+    return m_state->recordedAny;
 }
 
 bool ZefaMsgFilter::endFilter()
@@ -128,22 +135,27 @@ bool ZefaMsgFilter::endFilter()
     m_state->target = nullptr;
     m_engineName.clear();
     m_state->engine = nullptr;
-    return !m_results.empty();
+    return m_state->recordedAny;
 }
 
 bool ZefaMsgFilter::filterMessage(const char* text)
 {
-    m_pending.append(text);
-    // Walks the complete lines with an offset and drops them in one go at the end, so a
-    // chunk of many lines costs its length once rather than once per line.
-    std::string::size_type lineStart = 0;
-    std::string::size_type newline;
-    while ((newline = m_pending.find('\n', lineStart)) != std::string::npos) {
-        flushMessage(m_pending.substr(lineStart, newline + 1 - lineStart));
-        lineStart = newline + 1;
+    return filterMessage(text, std::strlen(text));
+}
+
+bool ZefaMsgFilter::filterMessage(const char* text, std::size_t size)
+{
+    // The pending text is the rest of the last split, so it holds no line feed and is not
+    // searched again.
+    const std::string::size_type searched = m_pending.size();
+    m_pending.append(text, size);
+    LineSplitter<std::string> lines(std::move(m_pending), searched);
+    std::string line;
+    while (lines.takeLine(line)) {
+        flushMessage(line);
     }
-    m_pending.erase(0, lineStart);
-    return !m_results.empty();
+    m_pending = lines.takeRest();
+    return m_state->recordedAny;
 }
 
 void ZefaMsgFilter::flushMessage(const std::string& line)
@@ -173,6 +185,7 @@ void ZefaMsgFilter::flushMessage(const std::string& line)
         }
     }
     m_results.push_back(std::move(result));
+    m_state->recordedAny = true;
 }
 
 bool ZefaMsgFilter::getNextResult(ParsResult& result)
@@ -187,6 +200,11 @@ bool ZefaMsgFilter::getNextResult(ParsResult& result)
 const std::deque<ZefaMsgFilter::ParsResult>& ZefaMsgFilter::getResults() const
 {
     return m_results;
+}
+
+std::deque<ZefaMsgFilter::ParsResult> ZefaMsgFilter::takeResults()
+{
+    return std::exchange(m_results, {});
 }
 
 void ZefaMsgFilter::writeLogFile(const std::string& /*text*/) { }
@@ -205,11 +223,11 @@ void ZefaMsgFilter::parseNewMessage(const std::vector<std::pair<std::string, std
         if (name == "id") {
             id = value;
         } else if (name == "dynamic") {
-            dynamicCount = impl_detail::toQString(value).toInt(nullptr, 10);
+            dynamicCount = impl_detail::fromLatin1(value).toInt(nullptr, 10);
         } else if (name == "navigation") {
-            navigationCount = impl_detail::toQString(value).toInt(nullptr, 10);
+            navigationCount = impl_detail::fromLatin1(value).toInt(nullptr, 10);
         } else if (name == "args") {
-            argumentText = impl_detail::toQString(value).trimmed();
+            argumentText = impl_detail::fromLatin1(value).trimmed();
         }
     }
     if (argumentText.isEmpty()) {

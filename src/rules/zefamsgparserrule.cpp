@@ -1,5 +1,5 @@
+#include "common/latin1.h"
 #include "common/regexpattern.h"
-#include "rules/asciistring.h"
 
 #include <msgfilter/zefamsgparserrule.h>
 
@@ -9,7 +9,7 @@ namespace {
 
 std::shared_ptr<const RegexPattern> compile(const std::string& pattern)
 {
-    return std::make_shared<const RegexPattern>(toQString(pattern), RegexPattern::Case::Sensitive);
+    return std::make_shared<const RegexPattern>(fromLatin1(pattern), RegexPattern::Case::Sensitive);
 }
 
 } // namespace
@@ -31,7 +31,7 @@ void ZefaMsgParserRule::addSubRule(const SubRule& sub)
 
 int ZefaMsgParserRule::match(const std::string& line) const
 {
-    return m_pattern->search(toQString(line), 0, RegexPattern::Captures::Skip).length;
+    return m_pattern->search(fromLatin1(line), 0, RegexPattern::Captures::Skip).length;
 }
 
 int ZefaMsgParserRule::matchSubRule(const std::string& line, std::string& type, std::string& id,
@@ -40,7 +40,7 @@ int ZefaMsgParserRule::matchSubRule(const std::string& line, std::string& type, 
     if (m_subRules.empty()) {
         return -1;
     }
-    const QString text = toQString(line);
+    const QString text = fromLatin1(line);
     for (std::size_t index = 0; index < m_subRules.size(); ++index) {
         const RegexPattern::Match found = m_subPatterns[index]->search(text);
         if (!found.found()) {
@@ -54,7 +54,7 @@ int ZefaMsgParserRule::matchSubRule(const std::string& line, std::string& type, 
             const auto nameIndex = static_cast<std::size_t>(group - 1);
             std::string name =
                 nameIndex < sub.fields.size() ? sub.fields[nameIndex] : std::string();
-            fields.emplace_back(std::move(name), toStdString(found.captures.at(group)));
+            fields.emplace_back(std::move(name), toLatin1(found.captures.at(group)));
         }
         return found.position;
     }

@@ -1,12 +1,12 @@
-#include "store/latin1lists.h"
+#include "common/latin1.h"
 
 #include <msgfilter/host/host.h>
 #include <msgfilter/messagenode.h>
 
 namespace zefa::msg_filter {
 
-using impl_detail::fromLatin1Vector;
-using impl_detail::toLatin1Vector;
+using impl_detail::fromLatin1;
+using impl_detail::toLatin1;
 
 MessageNode::MessageNode(int number, const QString& messageId, const QString& severity,
     const QString& process, const QString& displayString)
@@ -31,13 +31,13 @@ MessageNode::MessageNode(const QString& messageId, const QString& severity, cons
     , m_dynamicDataLoaded(true)
     , m_navigationDataLoaded(true)
 {
-    std::vector<std::string> dynamic = toLatin1Vector(dynamicData);
+    std::vector<std::string> dynamic = toLatin1(dynamicData);
     const QByteArray key = messageId.toLatin1();
     std::string rendered;
     // An unknown id leaves the text empty; the node is kept all the same.
     zefa::pelno::msgManager catalogue;
     catalogue.queryMsgDisplayString(key.constData(), dynamic, rendered);
-    m_displayString = impl_detail::fromLatin1String(rendered).trimmed();
+    m_displayString = impl_detail::fromLatin1(rendered).trimmed();
 }
 
 QString MessageNode::getMessageID() const
@@ -67,7 +67,7 @@ QStringList MessageNode::getMessageDynamicData()
     std::vector<std::string> answer;
     zefa::pelno::msgManager catalogue;
     catalogue.retrieveMsgDynamicInfo(m_number, answer);
-    m_dynamicData = fromLatin1Vector(answer);
+    m_dynamicData = fromLatin1(answer);
     m_dynamicDataLoaded = true;
     return m_dynamicData;
 }
@@ -79,7 +79,7 @@ QStringList MessageNode::getMessageNavigationData()
     std::vector<std::string> answer;
     zefa::pelno::msgManager catalogue;
     catalogue.retrieveMsgNavigationInfo(m_number, answer);
-    m_navigationData = fromLatin1Vector(answer);
+    m_navigationData = fromLatin1(answer);
     m_navigationDataLoaded = true;
     return m_navigationData;
 }

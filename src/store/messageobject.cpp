@@ -1,55 +1,35 @@
+#include "common/latin1.h"
+#include "common/severity.h"
 #include "filters/messagefilter.h"
-#include "store/latin1lists.h"
 #include "store/messagereadwrite.h"
 
 #include <msgfilter/host/host.h>
 #include <msgfilter/messageobject.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 
 namespace zefa::msg_filter {
 
 using impl_detail::MessageFilter;
+using impl_detail::Severity;
 
 namespace {
 
 // The pseudo-process of the tool's own messages.
 const QString kToolProcess = QStringLiteral("Tool");
 
-// Translated once, when the library is loaded.
-const QString kInfoWord = QObject::tr("Info");
-const QString kWarningWord = QObject::tr("Warning");
-const QString kErrorWord = QObject::tr("Error");
-
-// Severity word of a catalogue message type code. Error codes carry extra flag bits in
-// the host (17, 33, 65); the fourth type (8) and anything unknown have no word.
-QString severityOfType(int type)
-{
-    switch (type) {
-    case 4:
-        return kInfoWord;
-    case 2:
-        return kWarningWord;
-    case 1:
-    case 17:
-    case 33:
-    case 65:
-        return kErrorWord;
-    default:
-        return QString();
-    }
-}
-
-// The catalogue's type words, kept once: nodes share them instead of each holding a copy.
+// The catalogue's type words are shared with the severity type, so nodes hold no copy
+// of their own; any other word is kept as it came.
 QString sharedTypeWord(const std::string& word)
 {
-    static const QString known[] = { QStringLiteral("Error"), QStringLiteral("Warning"),
-        QStringLiteral("Info"), QStringLiteral("Critical Warning") };
-    for (const QString& candidate : known)
+    for (Severity severity : impl_detail::kCatalogueSeverities) {
+        const QString& candidate = impl_detail::catalogueText(severity);
         if (candidate == QLatin1String(word.data(), int(word.size())))
             return candidate;
-    return impl_detail::fromLatin1String(word);
+    }
+    return impl_detail::fromLatin1(word);
 }
 
 bool isLatin1(const QString& text)
@@ -86,8 +66,8 @@ void MessageObject::postMessage(const QString& component, const QString& message
     if (m_currentProcess.isEmpty())
         return;
 
-    std::vector<std::string> dynamic = impl_detail::toLatin1Vector(dynamicData);
-    std::vector<std::string> navigation = impl_detail::toLatin1Vector(navigationData);
+    std::vector<std::string> dynamic = impl_detail::toLatin1(dynamicData);
+    std::vector<std::string> navigation = impl_detail::toLatin1(navigationData);
 
     zefa::pelno::msgManager catalogue;
     QString key;
@@ -108,13 +88,12 @@ void MessageObject::postMessage(const QString& component, const QString& message
     if (!severity.isEmpty() && severityText.toStdString() != typeWord) {
         // The caller knows better than the catalogue: the key's type follows the word,
         // when the catalogue has a type for that word.
-        zefa::pelno::msgManager override;
-        if (severity.compare(QLatin1String("error"), Qt::CaseInsensitive) == 0)
-            override.setMsgType(keyText.constData(), 1);
-        else if (severity.compare(QLatin1String("warning"), Qt::CaseInsensitive) == 0)
-            override.setMsgType(keyText.constData(), 2);
-        else if (severity.compare(QLatin1String("Info"), Qt::CaseInsensitive) == 0)
-            override.setMsgType(keyText.constData(), 4);
+        // The fourth type is the catalogue's own; a caller cannot ask for it.
+        const std::optional<Severity> wanted = impl_detail::severityOfWord(severity);
+        if (wanted && *wanted != Severity::CriticalWarning) {
+            zefa::pelno::msgManager override;
+            override.setMsgType(keyText.constData(), impl_detail::typeCode(*wanted));
+        }
         typeWord = severityText.toStdString();
     }
 
@@ -142,8 +121,10 @@ void MessageObject::appendMessage(
     // Catalogue messages belong to the tool, so they are kept only between flow steps.
     if (!m_active || m_currentProcess != kToolProcess || number == -1)
         return;
-    auto* node =
-        new MessageNode(number, messageId, severityOfType(type), m_currentProcess, displayString);
+    const std::optional<Severity> severity = impl_detail::severityOfHostMessageType(type);
+    auto* node = new MessageNode(number, messageId,
+        severity ? impl_detail::translatedText(*severity) : QString(), m_currentProcess,
+        displayString);
     m_buffer[m_currentProcess].append(node);
     Q_EMIT sigMessageAppended(node);
 }

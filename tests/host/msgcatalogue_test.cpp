@@ -74,6 +74,29 @@ TEST_F(Catalogue, JournalsAndKeepsHandleCallsUntilReset)
     EXPECT_TRUE(out.empty());
 }
 
+// Switched off, the journal stays as it was while the catalogue goes on working; reset()
+// leaves the switch alone.
+TEST_F(Catalogue, JournalSwitchedOffRecordsNothing)
+{
+    Strings ab { "a", "b" }, none;
+    msgManager m;
+    m.enableMsg("before");
+    catalogue().setJournalEnabled(false);
+    m.disableMsg("9991", 0);
+    m.postMsg("9991", ab, none, 0);
+    EXPECT_EQ(m.getMsgMID("common", "9992"), 9992);
+    EXPECT_EQ(catalogue().journal(), Strings { "enableMsg(before)" });
+    EXPECT_FALSE(catalogue().isVisible("9991", ab));
+    EXPECT_EQ(catalogue().postedMessages().size(), 1u);
+
+    catalogue().reset();
+    m.enableMsgType(4);
+    EXPECT_TRUE(catalogue().journal().empty());
+    catalogue().setJournalEnabled(true);
+    m.disableMsgType(4);
+    EXPECT_EQ(catalogue().journal(), Strings { "disableMsgType(4)" });
+}
+
 TEST_F(Catalogue, NumbersEntriesAndResolvesKeysByNumberOrFirstId)
 {
     Strings justX { "x" };
@@ -216,7 +239,8 @@ TEST_F(Catalogue, LoadsTheDataDirectorysFileWholeOnlyAndNamesTheBadLines)
         }
         EXPECT_EQ(entries, expected);
     }
-    // Without the environment, from a build tree: the source tree's data, which loads cleanly.
+    // Without the environment, from a build tree: its link to the source tree's data, which
+    // loads cleanly.
     qunsetenv("ZEFA_DATA_PATH");
     EXPECT_EQ(BaseSystem::getDataPath().canonicalPath(),
         QDir(QFile::decodeName(MSGFILTER_SOURCE_DATA_DIR)).canonicalPath());

@@ -2,6 +2,9 @@
 
 #include <QByteArray>
 
+#include <algorithm>
+#include <deque>
+#include <random>
 #include <sstream>
 #include <string>
 #include <tuple>
@@ -57,6 +60,75 @@ TEST(FilterChunking, CutsCompleteLinesKeepingTheirNewline)
         }
         EXPECT_EQ(results(filter), lines);
     }
+}
+
+// Output handed over with its size may hold NUL bytes: they stay in their lines and are
+// matched like any other byte. Results taken out on the way are the same results, in the
+// same order, however the output is cut.
+TEST(FilterChunking, SizedOutputKeepsNulBytesAndTakenResultsAddUp)
+{
+    std::mt19937 random(5);
+    for (int round = 0; round < 200; ++round) {
+        SCOPED_TRACE(round);
+        std::string text;
+        const int length = static_cast<int>(random() % 300);
+        for (int i = 0; i < length; ++i) {
+            text += std::string("ab\n\0 ", 5)[random() % 5];
+        }
+        Strings expected;
+        std::size_t start = 0;
+        for (std::size_t feed; (feed = text.find('\n', start)) != std::string::npos;) {
+            expected.push_back(text.substr(start, feed + 1 - start));
+            start = feed + 1;
+        }
+        ZefaMsgFilter filter;
+        Strings taken;
+        for (std::size_t at = 0; at < text.size();) {
+            const std::size_t size = std::min<std::size_t>(text.size() - at, random() % 40);
+            filter.filterMessage(text.data() + at, size);
+            at += size;
+            if (random() % 3 == 0) {
+                for (const auto& result : filter.takeResults()) {
+                    taken.push_back(result.message);
+                }
+            }
+        }
+        for (const auto& result : filter.takeResults()) {
+            taken.push_back(result.message);
+        }
+        ASSERT_EQ(taken, expected);
+        // What is left waits for its line feed.
+        filter.endFilter();
+        const std::string rest = text.substr(start);
+        EXPECT_EQ(results(filter), rest.empty() ? Strings {} : Strings { rest });
+    }
+
+    ZefaMsgFilter filter("fpga");
+    filter.setEngine("default");
+    const std::string line("ERROR: a\0b\n", 11);
+    filter.filterMessage(line.data(), line.size());
+    filter.filterMessage(line.data());
+    EXPECT_EQ(results(filter), Strings { line });
+    EXPECT_EQ(results(filter, true), Strings { "error [Error]" });
+}
+
+// Taking the results empties the filter's list but not its memory of having recorded one,
+// nor its unfinished line.
+TEST(FilterResults, TakenResultsLeaveTheAnswerAndThePendingLine)
+{
+    ZefaMsgFilter filter;
+    filter.filterMessage("a\nb");
+    std::deque<ZefaMsgFilter::ParsResult> first = filter.takeResults();
+    ASSERT_EQ(first.size(), 1u);
+    EXPECT_EQ(first.front().message, "a\n");
+    EXPECT_TRUE(filter.getResults().empty());
+    EXPECT_TRUE(filter.takeResults().empty());
+    EXPECT_TRUE(filter.filterMessage("c"));
+    EXPECT_TRUE(filter.endFilter());
+    EXPECT_EQ(results(filter), Strings { "bc" });
+    ZefaMsgFilter copy(filter);
+    copy.takeResults();
+    EXPECT_TRUE(copy.startFilter("fpga"));
 }
 
 TEST(FilterSelection, ClassifiesWithTheChosenTargetAndEngine)

@@ -290,29 +290,6 @@ TEST(Classify, ReadsFilesAndStandardInputEachWithItsOwnLineNumbers)
             { "tag", "Synth 8-6157" }, { "text", "x" }, { "file", "a.v" }, { "line", "3" } }));
 }
 
-TEST(Classify, LineNumbersStayRightAcrossReadChunksAndFilters)
-{
-    // Every 997th line is a message that names its own line number.
-    const int lineCount = 150000;
-    QByteArray input;
-    input.reserve(lineCount * 32);
-    for (int number = 1; number <= lineCount; ++number) {
-        input.append(number % 997 == 0 ? "Warning: at " : "progress line ");
-        input.append(QByteArray::number(number));
-        input.append(number % 997 == 0 ? "\n" : " of the run\n");
-    }
-    QTemporaryDir directory;
-    writeFile(directory.filePath(QStringLiteral("long.log")), input);
-    const ToolResult result =
-        runTool(words("classify --format jsonl") << directory.filePath(QStringLiteral("long.log")));
-    ASSERT_EQ(result.exitCode, 0);
-    const std::vector<Message> messages = parseJsonl(result.out);
-    ASSERT_EQ(messages.size(), static_cast<size_t>(lineCount / 997));
-    for (const Message& message : messages) {
-        ASSERT_EQ(message.text, "Warning: at " + std::to_string(message.line));
-    }
-}
-
 TEST(Classify, FailOnTheLowestSeverityThatOccursAndChoiceOfEngine)
 {
     // Exit status for --fail-on with each severity, written in any case.

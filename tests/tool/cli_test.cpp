@@ -113,23 +113,6 @@ TEST(Explain, ShowsEveryRuleTheChoiceAndTheFields)
         QString::fromUtf8(readAll(testData("tool/explain-bracket-tag.txt")))
             .replace(QStringLiteral("RULES"), defaultRules())
             .toStdString());
-
-    // Lines no rule or no sub-rule fits, and a line without its line feed, as the engine
-    // side sees it.
-    const std::pair<const char*, const char*> rows[] = {
-        { "just some output", "Chosen:  none; the line is plain text" },
-        { "<msg id=\"x\" broken/>", "Sub-rule: none of its 1 sub-rules matches" },
-        { "<msg id=\"A-1\" type=\"Error\" dynamic=\"1\" navigation=\"0\" arg1=\"v\"/>",
-            "Severity: Error" },
-        { "--no-newline|Info: x", "Line:    \"Info: x\"\nRules:" },
-    };
-    for (const auto& [arguments, expected] : rows) {
-        SCOPED_TRACE(arguments);
-        const ToolResult other =
-            runTool(words("explain") + QString::fromUtf8(arguments).split(u'|'));
-        EXPECT_EQ(other.exitCode, 0);
-        EXPECT_THAT(other.out, HasSubstr(expected));
-    }
 }
 
 } // namespace

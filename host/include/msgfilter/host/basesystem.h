@@ -13,7 +13,7 @@ public:
     ///
     /// The environment variable ZEFA_DATA_PATH, read at every call, wins when it is set.
     /// Otherwise the data that ships with the library: share/msgfilter of the prefix it
-    /// was installed to, or the source tree's data/ when it runs from a build tree.
+    /// was installed to, or the build tree's link to the sources' data/.
     static QDir getDataPath();
 };
 

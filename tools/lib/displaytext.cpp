@@ -1,0 +1,79 @@
+#include "displaytext.h"
+
+namespace zefa::msg_filter::tool {
+
+namespace {
+
+int qtSize(std::size_t size)
+{
+    return static_cast<int>(size);
+}
+
+// Whether the bytes decode as UTF-8 and encode back to themselves: exactly the text
+// whose bytes survive a round trip, whatever Qt's decoder counts as invalid.
+bool decodesAsUtf8(const char* bytes, std::size_t size, QString& text)
+{
+    text = QString::fromUtf8(bytes, qtSize(size));
+    const QByteArray again = text.toUtf8();
+    return static_cast<std::size_t>(again.size()) == size
+        && std::char_traits<char>::compare(again.constData(), bytes, size) == 0;
+}
+
+} // namespace
+
+QString displayText(const char* bytes, std::size_t size)
+{
+    QString text;
+    if (decodesAsUtf8(bytes, size, text)) {
+        return text;
+    }
+    return QString::fromLatin1(bytes, qtSize(size));
+}
+
+QString displayText(const std::string& bytes)
+{
+    return displayText(bytes.data(), bytes.size());
+}
+
+QString quoted(const QString& text)
+{
+    QString result = QStringLiteral("\"");
+    for (const QChar character : text) {
+        switch (character.unicode()) {
+        case '\n':
+            result += QStringLiteral("\\n");
+            break;
+        case '\r':
+            result += QStringLiteral("\\r");
+            break;
+        case '\t':
+            result += QStringLiteral("\\t");
+            break;
+        case '"':
+            result += QStringLiteral("\\\"");
+            break;
+        case '\\':
+            result += QStringLiteral("\\\\");
+            break;
+        default:
+            result += character;
+        }
+    }
+    return result + QLatin1Char('"');
+}
+
+LineDecoder::LineDecoder(const std::string& line)
+    : m_utf8(decodesAsUtf8(line.data(), line.size(), m_line))
+{
+    if (!m_utf8) {
+        m_line = QString::fromLatin1(line.data(), qtSize(line.size()));
+    }
+}
+
+QString LineDecoder::operator()(const std::string& part) const
+{
+    // A pattern may cut a UTF-8 line inside a character; that part reads as Latin-1.
+    return m_utf8 ? displayText(part) : QString::fromLatin1(part.data(), qtSize(part.size()));
+}
+
+} // namespace zefa::msg_filter::tool

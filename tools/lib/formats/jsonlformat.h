@@ -1,0 +1,17 @@
+#pragma once
+
+#include "messageformat.h"
+
+namespace zefa::msg_filter::tool {
+
+/// One compact JSON object per message (file, line, severity, rule, type, fields as
+/// [name, value] pairs, text) and nothing else.
+class JsonlFormat : public MessageFormat {
+public:
+    explicit JsonlFormat(const FormatOptions& options);
+
+    QByteArray message(const ClassifiedLine& line) override;
+    QByteArray finish(const ClassificationSummary& summary) override;
+};
+
+} // namespace zefa::msg_filter::tool
