@@ -1,6 +1,7 @@
 // msgfilter check-rules: reports, with line and column, everything a rule file loses
 // or can never match.
 
+#include "boundedread.h"
 #include "commandline.h"
 #include "commands.h"
 #include "rulechecker.h"
@@ -53,7 +54,16 @@ int runCheckRules(const QStringList& arguments)
         reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(path, file.errorString()));
         return kExitFailure;
     }
-    const RuleCheck check = checkRules(file.readAll());
+    QByteArray content;
+    if (!readAtMost(file, kMaximumRuleFileBytes, content)) {
+        reportError(kCommand,
+            QStringLiteral("cannot read '%1': %2")
+                .arg(path,
+                    file.error() == QFileDevice::NoError ? QStringLiteral("more than 64 MiB")
+                                                         : file.errorString()));
+        return kExitFailure;
+    }
+    const RuleCheck check = checkRules(content);
     writeOutput(ruleCheckReport(path, check));
     return check.findings.empty() ? kExitSuccess : kExitFindings;
 }

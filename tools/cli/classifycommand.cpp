@@ -13,6 +13,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace zefa::msg_filter::tool {
 
@@ -130,10 +131,12 @@ int runClassify(const QStringList& arguments)
     if (!parseOptions(arguments, options, status)) {
         return status;
     }
-    // Every input must be readable before anything is printed.
+    // Every input must be readable before anything is printed. Each is opened once: a FIFO
+    // opened a second time waits for a writer that is gone.
+    std::vector<std::unique_ptr<QFile>> files;
     for (const QString& name : options.inputs) {
-        QFile file;
-        if (name != QLatin1String("-") && !openInput(name, file)) {
+        files.push_back(std::make_unique<QFile>());
+        if (!openInput(name, *files.back())) {
             return kExitFailure;
         }
     }
@@ -158,11 +161,9 @@ int runClassify(const QStringList& arguments)
         }
         writeOutputBytes(output);
     };
-    for (const QString& name : options.inputs) {
-        QFile file;
-        if (!openInput(name, file)) {
-            return kExitFailure;
-        }
+    for (std::size_t index = 0; index < files.size(); ++index) {
+        const QString& name = options.inputs.at(static_cast<int>(index));
+        QFile& file = *files[index];
         const qint64 total = file.isSequential() ? 0 : file.size();
         InputClassifier classifier(rules, *options.formatter, name, summary);
         classifier.feedAll(file, [&](const QByteArray& output, qint64 done) {

@@ -35,10 +35,27 @@ QString overview()
     return text;
 }
 
+// A command's exit status, unless its output did not reach standard output: then one
+// line says so and the status is 2, whatever the command found.
+int finished(const char* command, int status)
+{
+    QString reason;
+    if (tool::finishStandardOutput(reason)) {
+        return status;
+    }
+    tool::writeError(QStringLiteral("msgfilter%1%2: cannot write to standard output: %3\n")
+                         .arg(QLatin1String(*command ? " " : ""), QLatin1String(command), reason));
+    return tool::kExitFailure;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
+    if (!tool::standardOutputIsOpen()) {
+        tool::writeError(QStringLiteral("msgfilter: standard output is closed\n"));
+        return tool::kExitFailure;
+    }
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("msgfilter"));
     QStringList arguments = QCoreApplication::arguments();
@@ -52,15 +69,15 @@ int main(int argc, char* argv[])
     if (word == QLatin1String("--help") || word == QLatin1String("-h")
         || word == QLatin1String("help")) {
         tool::writeOutput(overview());
-        return tool::kExitSuccess;
+        return finished("", tool::kExitSuccess);
     }
     if (word == QLatin1String("--version")) {
         tool::writeOutput(QStringLiteral("msgfilter " MSGFILTER_TOOL_VERSION "\n"));
-        return tool::kExitSuccess;
+        return finished("", tool::kExitSuccess);
     }
     for (const tool::Command& command : kCommands) {
         if (word == QLatin1String(command.name)) {
-            return command.run(arguments);
+            return finished(command.name, command.run(arguments));
         }
     }
     tool::writeError(

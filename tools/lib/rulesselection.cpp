@@ -1,5 +1,7 @@
 #include "rulesselection.h"
 
+#include "boundedread.h"
+
 #include <msgfilter/host/basesystem.h>
 #include <msgfilter/msgfilter.h>
 
@@ -36,13 +38,28 @@ bool selectRules(const QString& rulesPath, const QString& target, const QString&
         error = QStringLiteral("cannot read rules '%1': %2").arg(path, file.errorString());
         return false;
     }
+    // A pipe or a FIFO can be read once only: its content is read through this one open
+    // and the library reads a copy. A regular file is read by the library itself.
+    QByteArray content;
+    const bool regular = QFileInfo(path).isFile();
+    if (!regular && !readAtMost(file, kMaximumRuleFileBytes, content)) {
+        error = QStringLiteral("cannot read rules '%1': %2")
+                    .arg(path,
+                        file.error() == QFileDevice::NoError ? QStringLiteral("more than 64 MiB")
+                                                             : file.errorString());
+        return false;
+    }
     file.close();
     if (!rulesPath.isEmpty()) {
         const QFileInfo info(path);
         QString directory = info.absolutePath();
-        if (info.fileName() != kRulesFileName) {
+        if (info.fileName() != kRulesFileName || !regular) {
+            const QString copy = copyDirectory.path() + QLatin1Char('/') + kRulesFileName;
+            QFile copyFile(copy);
             if (!copyDirectory.isValid()
-                || !QFile::copy(path, copyDirectory.path() + QLatin1Char('/') + kRulesFileName)) {
+                || !(regular ? QFile::copy(path, copy)
+                             : copyFile.open(QIODevice::WriteOnly)
+                            && copyFile.write(content) == content.size() && copyFile.flush())) {
                 error = QStringLiteral("cannot read rules '%1': no temporary copy "
                                        "could be made")
                             .arg(path);
