@@ -1,5 +1,7 @@
 #include "common/xmlentitybound.h"
 
+#include "common/xmldocumentcodec.h"
+
 #include <QHash>
 #include <QIODevice>
 #include <QTextCodec>
@@ -89,32 +91,6 @@ private:
     QHash<QString, qint64> m_lengths;
 };
 
-// The codec the stream reader decodes `document` with: the encoding the document declares,
-// else the one its first bytes show.
-QTextCodec* documentCodec(const QByteArray& document, const QString& declared)
-{
-    if (!declared.isEmpty())
-        return QTextCodec::codecForName(declared.toLatin1());
-    const auto byte = [&](int index) { return static_cast<uchar>(document.at(index)); };
-    int mib = 106; // UTF-8
-    if (document.size() >= 4) {
-        if ((byte(0) == 0 && byte(1) == 0 && byte(2) == 0xfe && byte(3) == 0xff)
-            || (byte(0) == 0xff && byte(1) == 0xfe && byte(2) == 0 && byte(3) == 0))
-            mib = 1017; // UTF-32 with a byte order mark
-        else if (byte(0) == 0x3c && byte(1) == 0 && byte(2) == 0 && byte(3) == 0)
-            mib = 1019; // UTF-32LE
-        else if (byte(0) == 0 && byte(1) == 0 && byte(2) == 0 && byte(3) == 0x3c)
-            mib = 1018; // UTF-32BE
-        else if ((byte(0) == 0xfe && byte(1) == 0xff) || (byte(0) == 0xff && byte(1) == 0xfe))
-            mib = 1015; // UTF-16 with a byte order mark
-        else if (byte(0) == 0x3c && byte(1) == 0)
-            mib = 1014; // UTF-16LE
-        else if (byte(0) == 0 && byte(1) == 0x3c)
-            mib = 1013; // UTF-16BE
-    }
-    return QTextCodec::codecForMib(mib);
-}
-
 // The whole document, read without moving the reader's device; empty when the device
 // cannot be read twice.
 QByteArray wholeDocument(QIODevice* device)
@@ -134,7 +110,7 @@ QByteArray wholeDocument(QIODevice* device)
 bool referencesWithinBound(Expansions& expansions, const QByteArray& document,
     const QString& declaredEncoding, QString dtd, qint64 bound)
 {
-    QTextCodec* codec = documentCodec(document, declaredEncoding);
+    QTextCodec* codec = xmlDocumentCodec(document, declaredEncoding);
     if (document.isEmpty() || codec == nullptr)
         return false;
     QString text = codec->toUnicode(document);

@@ -114,6 +114,10 @@ TEST(Adversity, EveryCaseEndsWithTheRightStatusAndMessage)
             "deep.xml "
             "&& \"$TOOL\" check-rules deep.xml",
             1, "deep.xml:1:", "" },
+        { "check-rules positions in a UTF-16 file",
+            "printf '<ZefaMsgFilterDef>\\n  <Bogus/>\\n</ZefaMsgFilterDef>\\n' | iconv -f UTF-8 "
+            "-t UTF-16 > u.xml && \"$TOOL\" check-rules u.xml",
+            1, "u.xml:2:3: element 'Bogus'", "" },
         { "check-rules on an endless device", "\"$TOOL\" check-rules /dev/zero", 2, "",
             "msgfilter check-rules: cannot read '/dev/zero'" },
     };

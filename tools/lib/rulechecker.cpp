@@ -1,6 +1,7 @@
 #include "rulechecker.h"
 
 #include "common/regexpattern.h"
+#include "common/xmldocumentcodec.h"
 
 #include <QXmlStreamReader>
 
@@ -28,7 +29,7 @@ class DefinitionChecker {
 public:
     explicit DefinitionChecker(const QByteArray& data)
         : m_reader(data)
-        , m_text(QString::fromUtf8(data))
+        , m_text(impl_detail::decodedXmlDocument(data))
     {
         m_lineStarts.push_back(0);
         for (int i = 0; i < m_text.size(); ++i) {
