@@ -105,6 +105,11 @@ TEST(Adversity, EveryCaseEndsWithTheRightStatusAndMessage)
             "printf 'ERROR: \\033[31mred\\r\\033[0m\\n' > log && \"$TOOL\" classify --color never "
             "log",
             0, "ERROR: \\x1B[31mred\\x0D\\x1B[0m\n", "" },
+        { "control characters shown escaped in a replay",
+            "printf '%s' \"$SESSION\" > s && "
+            "printf 'write impl \"warning: \\033[1mx\\\\n\"\\n' >> s && \"$TOOL\" run --color "
+            "never s",
+            0, "9991  \\x1B[1mx\n", "" },
         { "a NUL byte is kept",
             "printf 'ERROR: a\\000b\\n' > log && \"$TOOL\" classify --format jsonl log", 0,
             "\"text\":\"ERROR: a\\u0000b\"", "" },
