@@ -123,6 +123,14 @@ TEST(Adversity, EveryCaseEndsWithTheRightStatusAndMessage)
             "printf '<ZefaMsgFilterDef>\\n  <Bogus/>\\n</ZefaMsgFilterDef>\\n' | iconv -f UTF-8 "
             "-t UTF-16 > u.xml && \"$TOOL\" check-rules u.xml",
             1, "u.xml:2:3: element 'Bogus'", "" },
+        { "file names that are not UTF-8",
+            "n=$(printf 'caf\\351') && printf 'ERROR: x\\n' > \"$n.log\" && cp \"$RULES\" "
+            "\"$n.xml\" && "
+            "printf '%s' \"$SESSION\" > \"$n.s\" && \"$TOOL\" check-rules \"$n.xml\" > /dev/null "
+            "&& "
+            "\"$TOOL\" run \"$n.s\" > /dev/null && \"$TOOL\" classify --rules \"$n.xml\" "
+            "\"$n.log\"",
+            0, "caf\xc3\xa9.log:1: Error", "" },
         { "check-rules on an endless device", "\"$TOOL\" check-rules /dev/zero", 2, "",
             "msgfilter check-rules: cannot read '/dev/zero'" },
     };

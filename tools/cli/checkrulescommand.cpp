@@ -1,6 +1,7 @@
 // msgfilter check-rules: reports, with line and column, everything a rule file loses
 // or can never match.
 
+#include "argumentfiles.h"
 #include "boundedread.h"
 #include "commandline.h"
 #include "commands.h"
@@ -49,9 +50,10 @@ int runCheckRules(const QStringList& arguments)
         return kExitFailure;
     }
     const QString path = positional.isEmpty() ? defaultRulesPath() : positional.first();
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(path, file.errorString()));
+    QFile file;
+    QString reason;
+    if (!openArgumentFile(file, path, QIODevice::ReadOnly, reason)) {
+        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(path, reason));
         return kExitFailure;
     }
     QByteArray content;

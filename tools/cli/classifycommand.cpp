@@ -1,6 +1,7 @@
 // msgfilter classify: prints each line of tool output the rules recognise, with its
 // severity, rule and fields, in the format asked for.
 
+#include "argumentfiles.h"
 #include "commandline.h"
 #include "commands.h"
 #include "formats/messageformat.h"
@@ -113,11 +114,12 @@ bool parseOptions(const QStringList& arguments, Options& options, int& status)
 
 bool openInput(const QString& name, QFile& file)
 {
+    QString reason;
     const bool opened = name == QLatin1String("-")
-        ? file.open(stdin, QIODevice::ReadOnly)
-        : (file.setFileName(name), file.open(QIODevice::ReadOnly));
+        ? file.open(stdin, QIODevice::ReadOnly) || (reason = file.errorString(), false)
+        : openArgumentFile(file, name, QIODevice::ReadOnly, reason);
     if (!opened) {
-        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(name, file.errorString()));
+        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(name, reason));
     }
     return opened;
 }

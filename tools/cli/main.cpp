@@ -1,6 +1,7 @@
 // msgfilter: classify tool output with the library's rules, check rule files and
 // explain how a line is matched.
 
+#include "argumentfiles.h"
 #include "commandline.h"
 #include "commands.h"
 
@@ -58,8 +59,11 @@ int main(int argc, char* argv[])
     }
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("msgfilter"));
-    QStringList arguments = QCoreApplication::arguments();
-    arguments.removeFirst();
+    // Not QCoreApplication::arguments(): it cannot keep a file name that is not UTF-8.
+    QStringList arguments;
+    for (int index = 1; index < argc; ++index) {
+        arguments.append(tool::argumentText(argv[index]));
+    }
 
     if (arguments.isEmpty()) {
         tool::writeError(overview());

@@ -1,5 +1,6 @@
 #include "rulesselection.h"
 
+#include "argumentfiles.h"
 #include "boundedread.h"
 
 #include <msgfilter/host/basesystem.h>
@@ -30,36 +31,35 @@ bool selectRules(const QString& rulesPath, const QString& target, const QString&
     QTemporaryDir copyDirectory;
     QString path = defaultRulesPath();
     if (!rulesPath.isEmpty()) {
-        path = QFileInfo(rulesPath).isDir() ? rulesPath + QLatin1Char('/') + kRulesFileName
-                                            : rulesPath;
+        path = isArgumentDirectory(rulesPath) ? rulesPath + QLatin1Char('/') + kRulesFileName
+                                              : rulesPath;
     }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("cannot read rules '%1': %2").arg(path, file.errorString());
+    QFile file;
+    QString reason;
+    if (!openArgumentFile(file, path, QIODevice::ReadOnly, reason)) {
+        error = QStringLiteral("cannot read rules '%1': %2").arg(path, reason);
         return false;
     }
-    // A pipe or a FIFO can be read once only: its content is read through this one open
-    // and the library reads a copy. A regular file is read by the library itself.
-    QByteArray content;
-    const bool regular = QFileInfo(path).isFile();
-    if (!regular && !readAtMost(file, kMaximumRuleFileBytes, content)) {
-        error = QStringLiteral("cannot read rules '%1': %2")
-                    .arg(path,
-                        file.error() == QFileDevice::NoError ? QStringLiteral("more than 64 MiB")
-                                                             : file.errorString());
-        return false;
-    }
-    file.close();
     if (!rulesPath.isEmpty()) {
+        // A rule file named enginemsg.xml is read where it is. Any other is read once,
+        // through this open, and the library reads a copy: a pipe or a FIFO cannot be read
+        // twice, and a name that is not UTF-8 is one the library cannot open.
         const QFileInfo info(path);
         QString directory = info.absolutePath();
-        if (info.fileName() != kRulesFileName || !regular) {
-            const QString copy = copyDirectory.path() + QLatin1Char('/') + kRulesFileName;
-            QFile copyFile(copy);
-            if (!copyDirectory.isValid()
-                || !(regular ? QFile::copy(path, copy)
-                             : copyFile.open(QIODevice::WriteOnly)
-                            && copyFile.write(content) == content.size() && copyFile.flush())) {
+        if (info.fileName() != kRulesFileName || file.isSequential()
+            || fileNameBytes(path) != QFile::encodeName(path)) {
+            QByteArray content;
+            if (!readAtMost(file, kMaximumRuleFileBytes, content)) {
+                error = QStringLiteral("cannot read rules '%1': %2")
+                            .arg(path,
+                                file.error() == QFileDevice::NoError
+                                    ? QStringLiteral("more than 64 MiB")
+                                    : file.errorString());
+                return false;
+            }
+            QFile copy(copyDirectory.path() + QLatin1Char('/') + kRulesFileName);
+            if (!copyDirectory.isValid() || !copy.open(QIODevice::WriteOnly)
+                || copy.write(content) != content.size() || !copy.flush()) {
                 error = QStringLiteral("cannot read rules '%1': no temporary copy "
                                        "could be made")
                             .arg(path);
@@ -69,6 +69,7 @@ bool selectRules(const QString& rulesPath, const QString& target, const QString&
         }
         qputenv("ZEFA_DATA_PATH", QFile::encodeName(directory));
     }
+    file.close();
 
     selection.path = path;
     selection.rules = impl_detail::ZefaMsgParserEngin::getMsgParserEngin();
