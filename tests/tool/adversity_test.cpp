@@ -131,6 +131,11 @@ TEST(Adversity, EveryCaseEndsWithTheRightStatusAndMessage)
             "\"$TOOL\" run \"$n.s\" > /dev/null && \"$TOOL\" classify --rules \"$n.xml\" "
             "\"$n.log\"",
             0, "caf\xc3\xa9.log:1: Error", "" },
+        { "explain and classify read a Latin-1 line alike",
+            "\"$TOOL\" explain \"$(printf 'ERROR: caf\\351')\" && printf 'ERROR: caf\\351\\n' | "
+            "\"$TOOL\" classify --format jsonl",
+            0, "text  \"caf\xc3\xa9\"\nSeverity: Error\n{\"fields\":[[\"text\",\"caf\xc3\xa9\"]]",
+            "" },
         { "check-rules on an endless device", "\"$TOOL\" check-rules /dev/zero", 2, "",
             "msgfilter check-rules: cannot read '/dev/zero'" },
     };

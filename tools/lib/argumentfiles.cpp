@@ -34,14 +34,14 @@ QString argumentText(const char* argument)
     return latin1;
 }
 
-QByteArray fileNameBytes(const QString& name)
+QByteArray argumentBytes(const QString& text)
 {
-    return latin1Arguments().value(name, name.toUtf8());
+    return latin1Arguments().value(text, text.toUtf8());
 }
 
 bool openArgumentFile(QFile& file, const QString& name, QIODevice::OpenMode mode, QString& error)
 {
-    const int descriptor = ::open(fileNameBytes(name).constData(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = ::open(argumentBytes(name).constData(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) {
         error = QString::fromLocal8Bit(std::strerror(errno));
         return false;
@@ -57,7 +57,7 @@ bool openArgumentFile(QFile& file, const QString& name, QIODevice::OpenMode mode
 bool isArgumentDirectory(const QString& name)
 {
     struct stat status { };
-    return ::stat(fileNameBytes(name).constData(), &status) == 0 && S_ISDIR(status.st_mode);
+    return ::stat(argumentBytes(name).constData(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 } // namespace zefa::msg_filter::tool

@@ -16,9 +16,9 @@ namespace zefa::msg_filter::tool {
 /// and a file named by an argument is opened by the argument's own bytes.
 QString argumentText(const char* argument);
 
-/// The bytes of the file `name` names: the argument's own bytes when `name` came from
-/// argumentText(), else its UTF-8 encoding.
-QByteArray fileNameBytes(const QString& name);
+/// The bytes of an argument: its own bytes when `text` came from argumentText(), else the
+/// UTF-8 encoding of `text`. For a file name, the bytes of the file it names.
+QByteArray argumentBytes(const QString& text);
 
 /// Opens the file `name` names for reading, through its bytes. False, with the reason in
 /// `error`, when it cannot be opened.

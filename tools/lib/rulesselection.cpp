@@ -47,7 +47,7 @@ bool selectRules(const QString& rulesPath, const QString& target, const QString&
         const QFileInfo info(path);
         QString directory = info.absolutePath();
         if (info.fileName() != kRulesFileName || file.isSequential()
-            || fileNameBytes(path) != QFile::encodeName(path)) {
+            || argumentBytes(path) != QFile::encodeName(path)) {
             QByteArray content;
             if (!readAtMost(file, kMaximumRuleFileBytes, content)) {
                 error = QStringLiteral("cannot read rules '%1': %2")
