@@ -2,10 +2,13 @@
 
 #include <msgfilter/msgfilter_export.h>
 
+#include <memory>
 #include <set>
 #include <string>
 
 namespace zefa::msg_filter::impl_detail {
+
+class RuleScanSlot;
 
 /// The rules that apply to one engine of one target device family.
 ///
@@ -24,8 +27,13 @@ public:
     bool addRule(const std::string& ruleName);
 
 private:
+    friend class RuleScanSlot;
+
     std::string m_name;
     std::set<std::string> m_ruleNames;
+    // Where the rule engine keeps its one-pass scan over these rules. Copies share it
+    // until one of them gains a rule and starts a fresh one.
+    std::shared_ptr<RuleScanSlot> m_scanSlot;
 };
 
 } // namespace zefa::msg_filter::impl_detail

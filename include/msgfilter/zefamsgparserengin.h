@@ -5,6 +5,7 @@
 #include <msgfilter/zefamsgparserrule.h>
 #include <msgfilter/zefamsgtarget.h>
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <utility>
@@ -33,6 +34,8 @@ class MSGFILTER_EXPORT ZefaMsgParserEngin {
 public:
     /// An empty, uninitialized engine.
     ZefaMsgParserEngin();
+    ZefaMsgParserEngin(const ZefaMsgParserEngin& other);
+    ZefaMsgParserEngin& operator=(const ZefaMsgParserEngin& other);
 
     /// The process-wide engine, created on first call; loads the definition file whenever
     /// it is not loaded yet. Never null.
@@ -65,12 +68,18 @@ public:
     const std::map<std::string, ZefaMsgParserRule>& getRules() const { return m_rules; }
 
 private:
+    friend class RuleScan;
+
     // Keeps the tables in step with the outcome of one read attempt.
     bool finishLoad(bool loaded);
+    // Marks the rule table as changed, for the scans built over it.
+    void renewRulesStamp();
 
     bool m_initialized = false;
     std::map<std::string, ZefaMsgParserRule> m_rules;
     std::map<std::string, ZefaMsgTarget> m_targets;
+    // Unique in the process to one state of one engine's rule table: copies get their own.
+    std::uint64_t m_rulesStamp = 0;
 
     static ZefaMsgParserEngin* pInstance;
 };

@@ -59,6 +59,8 @@ public:
         std::vector<std::pair<std::string, std::string>>& fields) const;
 
 private:
+    friend class RuleScan;
+
     std::string m_name;
     std::string m_type;
     std::string m_reg_patten;

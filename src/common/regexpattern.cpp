@@ -1,43 +1,152 @@
 #include "regexpattern.h"
 
+#include "common/automatonoptions.h"
+
 #include <QRegExp>
 
 namespace zefa::msg_filter::impl_detail {
 
-RegexPattern::RegexPattern(const QString& pattern, Case sensitivity)
-    : m_expression(std::make_shared<const QRegExp>(pattern,
-        sensitivity == Case::Sensitive ? Qt::CaseSensitive : Qt::CaseInsensitive, QRegExp::RegExp))
+namespace {
+
+bool referenceForced()
 {
-    // QRegExp's constructor already binds the compiled engine; asking for the capture
-    // count makes sure of it even for the empty pattern. From here on the shared
-    // expression is only read, which is what lets threads copy it concurrently.
-    m_expression->captureCount();
+#ifdef MSGFILTER_REFERENCE_REGEX
+    return true;
+#else
+    static const bool forced =
+        qEnvironmentVariable("MSGFILTER_REGEX_ENGINE") == QLatin1String("reference");
+    return forced;
+#endif
+}
+
+bool isLatin1(const QString& text)
+{
+    for (const QChar character : text) {
+        if (character.unicode() > 0xff) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+struct RegexPattern::Compiled {
+    Compiled(const QString& pattern, Case sensitivity, Engine engine)
+        : reference(pattern,
+            sensitivity == Case::Sensitive ? Qt::CaseSensitive : Qt::CaseInsensitive,
+            QRegExp::RegExp)
+    {
+        // QRegExp's constructor already binds the compiled engine; asking for the capture
+        // count makes sure of it even for the empty pattern. From here on the shared
+        // expression is only read, which is what lets threads copy it concurrently.
+        captureCount = reference.captureCount();
+        // An invalid pattern never matches, even where the automaton would accept it.
+        if (engine == Engine::Reference || referenceForced() || !reference.isValid()) {
+            return;
+        }
+        translation = translatePattern(pattern, sensitivity == Case::Sensitive);
+        if (translation.fidelity == TranslatedPattern::Fidelity::None) {
+            return;
+        }
+        auto compiled = std::make_unique<re2::RE2>(translation.text, automatonOptions());
+        if (compiled->ok()) {
+            automaton = std::move(compiled);
+        } else {
+            translation = TranslatedPattern {};
+        }
+    }
+
+    QRegExp reference;
+    int captureCount = 0;
+    TranslatedPattern translation;
+    std::unique_ptr<const re2::RE2> automaton;
+};
+
+RegexPattern::RegexPattern(const QString& pattern, Case sensitivity, Engine engine)
+    : m_compiled(std::make_shared<const Compiled>(pattern, sensitivity, engine))
+{
 }
 
 QString RegexPattern::pattern() const
 {
-    return m_expression->pattern();
+    return m_compiled->reference.pattern();
 }
 
 bool RegexPattern::isValid() const
 {
-    return m_expression->isValid();
+    return m_compiled->reference.isValid();
 }
 
 QString RegexPattern::errorString() const
 {
-    return m_expression->errorString();
+    return m_compiled->reference.errorString();
 }
 
 int RegexPattern::captureCount() const
 {
-    return m_expression->captureCount();
+    return m_compiled->captureCount;
+}
+
+const TranslatedPattern& RegexPattern::translation() const
+{
+    return m_compiled->translation;
 }
 
 RegexPattern::Match RegexPattern::search(const QString& text, int from, Captures captures) const
 {
+    if (!m_compiled->automaton || from < 0 || from > text.size() || !isLatin1(text)) {
+        return searchOnReference(text, from, captures);
+    }
+    const QByteArray latin1 = text.toLatin1();
+    return searchOnAutomaton(
+        std::string_view(latin1.constData(), static_cast<std::size_t>(latin1.size())), from,
+        captures, &text);
+}
+
+RegexPattern::Match RegexPattern::search(std::string_view latin1, int from, Captures captures) const
+{
+    if (!m_compiled->automaton || from < 0 || static_cast<std::size_t>(from) > latin1.size()) {
+        return searchOnReference(
+            QString::fromLatin1(latin1.data(), static_cast<int>(latin1.size())), from, captures);
+    }
+    return searchOnAutomaton(latin1, from, captures, nullptr);
+}
+
+RegexPattern::Match RegexPattern::searchOnAutomaton(
+    std::string_view latin1, int from, Captures captures, const QString* text) const
+{
+    Match match;
+    const re2::StringPiece whole(latin1.data(), latin1.size());
+    re2::StringPiece found;
+    if (!m_compiled->automaton->Match(whole, static_cast<std::size_t>(from), latin1.size(),
+            re2::RE2::UNANCHORED, &found, 1)) {
+        return match;
+    }
+    const int position = static_cast<int>(found.data() - latin1.data());
+    const bool exact = m_compiled->translation.fidelity == TranslatedPattern::Fidelity::Exact;
+    if (exact && (captures == Captures::Skip || m_compiled->captureCount == 0)) {
+        match.position = position;
+        match.length = static_cast<int>(found.size());
+        if (captures == Captures::Collect) {
+            match.captures.append(QString::fromLatin1(found.data(), match.length));
+        }
+        return match;
+    }
+    // The automaton's leftmost start is at or before QRegExp's (the same with an exact
+    // translation), so QRegExp starts there and skips the stretch already ruled out.
+    if (text != nullptr) {
+        return searchOnReference(*text, position, captures);
+    }
+    return searchOnReference(
+        QString::fromLatin1(latin1.data(), static_cast<int>(latin1.size())), position, captures);
+}
+
+RegexPattern::Match RegexPattern::searchOnReference(
+    const QString& text, int from, Captures captures) const
+{
     // A copy shares the compiled engine and carries its own match state.
-    const QRegExp expression(*m_expression);
+    const QRegExp expression(m_compiled->reference);
     Match match;
     match.position = expression.indexIn(text, from, QRegExp::CaretAtZero);
     if (match.position >= 0) {
@@ -51,7 +160,7 @@ RegexPattern::Match RegexPattern::search(const QString& text, int from, Captures
 
 bool RegexPattern::matchesWhole(const QString& text, QStringList* captures) const
 {
-    const QRegExp expression(*m_expression);
+    const QRegExp expression(m_compiled->reference);
     if (!expression.exactMatch(text)) {
         return false;
     }
@@ -63,7 +172,7 @@ bool RegexPattern::matchesWhole(const QString& text, QStringList* captures) cons
 
 QStringList RegexPattern::splitSkippingEmpty(const QString& text) const
 {
-    const QRegExp expression(*m_expression);
+    const QRegExp expression(m_compiled->reference);
     return text.split(expression, Qt::SkipEmptyParts);
 }
 

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "common/regextranslator.h"
+
 #include <QString>
 #include <QStringList>
 
 #include <memory>
-
-class QRegExp;
+#include <string_view>
 
 namespace zefa::msg_filter::impl_detail {
 
@@ -19,6 +20,15 @@ namespace zefa::msg_filter::impl_detail {
 /// reference count), and each search runs on its own match state, so one pattern may be
 /// searched from several threads at once. Results are exactly those of a QRegExp built
 /// from the same pattern for that one search, invalid patterns included.
+///
+/// Searches run on an automaton where the pattern translates to one with the same
+/// matches (see TranslatedPattern); its leftmost-longest match is the match QRegExp
+/// reports. Captured texts always come from QRegExp, started at the position the
+/// automaton found, because the two engines may split groups differently. Where only a
+/// superset translates, the automaton rules lines out and QRegExp decides the rest; where
+/// nothing translates, or the text holds a character beyond Latin-1, QRegExp runs alone.
+/// The build option MSGFILTER_REFERENCE_REGEX, or MSGFILTER_REGEX_ENGINE=reference in the
+/// environment (read once; meant for comparing the engines), makes QRegExp run alone always.
 ///
 ///     const RegexPattern fileAndLine(QStringLiteral("(\\S+):(\\d+):"));
 ///     const RegexPattern::Match m = fileAndLine.search(QStringLiteral("top.v:12: oops"));
@@ -41,7 +51,12 @@ public:
         bool found() const { return position >= 0; }
     };
 
-    explicit RegexPattern(const QString& pattern, Case sensitivity = Case::Sensitive);
+    /// `Reference` makes every search of this pattern run on QRegExp alone: the yardstick
+    /// the automaton is compared against.
+    enum class Engine { Automatic, Reference };
+
+    explicit RegexPattern(const QString& pattern, Case sensitivity = Case::Sensitive,
+        Engine engine = Engine::Automatic);
 
     /// The pattern text as given.
     QString pattern() const;
@@ -54,15 +69,26 @@ public:
     /// The leftmost match at or after `from`; `^` matches only at offset 0 of the text,
     /// whatever `from` is.
     Match search(const QString& text, int from = 0, Captures captures = Captures::Collect) const;
+    /// The same on 8-bit text, each byte being the Latin-1 character of that code.
+    Match search(
+        std::string_view latin1, int from = 0, Captures captures = Captures::Collect) const;
     /// Whether the whole text matches; `captures` receives the groups when it does.
     bool matchesWhole(const QString& text, QStringList* captures = nullptr) const;
     /// Splits `text` at every match of the pattern, dropping empty pieces.
     QStringList splitSkippingEmpty(const QString& text) const;
 
+    /// What the automaton runs for this pattern; fidelity None when QRegExp runs alone.
+    const TranslatedPattern& translation() const;
+
 private:
-    // Never searched itself: every search works on a copy, which shares the compiled
-    // engine but owns its match state. That keeps this object read-only after construction.
-    std::shared_ptr<const QRegExp> m_expression;
+    struct Compiled;
+
+    Match searchOnAutomaton(
+        std::string_view latin1, int from, Captures captures, const QString* text) const;
+    Match searchOnReference(const QString& text, int from, Captures captures) const;
+
+    // Immutable after construction and shared between copies.
+    std::shared_ptr<const Compiled> m_compiled;
 };
 
 } // namespace zefa::msg_filter::impl_detail

@@ -1,46 +1,43 @@
+#include "rules/rulescan.h"
 #include "rules/zefamsgfilterdefreader.h"
 
 #include <msgfilter/zefamsgparserengin.h>
 
 #include <QFile>
 
+#include <atomic>
+
 namespace zefa::msg_filter::impl_detail {
 
 ZefaMsgParserEngin* ZefaMsgParserEngin::pInstance = nullptr;
 
-namespace {
+ZefaMsgParserEngin::ZefaMsgParserEngin()
+{
+    renewRulesStamp();
+}
 
-// Keeps the longest match seen so far. Only a strictly longer match replaces the best
-// rule, so among equally long matches the rule visited first (lowest name) stays.
-class MachBestRule final : public IVisitor<ZefaMsgParserRule> {
-public:
-    explicit MachBestRule(const std::string& line)
-        : m_line(line)
-    {
-    }
+ZefaMsgParserEngin::ZefaMsgParserEngin(const ZefaMsgParserEngin& other)
+    : m_initialized(other.m_initialized)
+    , m_rules(other.m_rules)
+    , m_targets(other.m_targets)
+{
+    renewRulesStamp();
+}
 
-    bool visit(ZefaMsgParserRule* rule) override
-    {
-        const int length = rule->match(m_line);
-        if (length > m_bestLength) {
-            m_bestLength = length;
-            m_bestRule = rule;
-        }
-        // Every rule is looked at: a later rule may still match a longer stretch.
-        return true;
-    }
+ZefaMsgParserEngin& ZefaMsgParserEngin::operator=(const ZefaMsgParserEngin& other)
+{
+    m_initialized = other.m_initialized;
+    m_rules = other.m_rules;
+    m_targets = other.m_targets;
+    renewRulesStamp();
+    return *this;
+}
 
-    ZefaMsgParserRule* bestRule() const { return m_bestRule; }
-
-private:
-    std::string m_line;
-    ZefaMsgParserRule* m_bestRule = nullptr;
-    int m_bestLength = -1;
-};
-
-} // namespace
-
-ZefaMsgParserEngin::ZefaMsgParserEngin() = default;
+void ZefaMsgParserEngin::renewRulesStamp()
+{
+    static std::atomic<std::uint64_t> lastStamp { 0 };
+    m_rulesStamp = ++lastStamp;
+}
 
 ZefaMsgParserEngin* ZefaMsgParserEngin::getMsgParserEngin()
 {
@@ -80,6 +77,7 @@ bool ZefaMsgParserEngin::loadFilterRulesFromFile(const std::string& filePath)
 
 bool ZefaMsgParserEngin::finishLoad(bool loaded)
 {
+    renewRulesStamp();
     m_initialized = loaded;
     if (!loaded) {
         // The reader fills the tables as it goes; a file broken anywhere must leave
@@ -112,6 +110,9 @@ std::pair<bool, ZefaMsgParserRule*> ZefaMsgParserEngin::addMsgFilterRule(
     const std::string& name, const ZefaMsgParserRule& rule)
 {
     const auto [position, inserted] = m_rules.try_emplace(name, rule);
+    if (inserted) {
+        renewRulesStamp();
+    }
     return { inserted, &position->second };
 }
 
@@ -142,12 +143,7 @@ void VisitRulesForEngine(
 ZefaMsgParserRule* FindBestMatchRule(
     ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, const std::string& line)
 {
-    if (engine == nullptr || parser == nullptr) {
-        return nullptr;
-    }
-    MachBestRule visitor(line);
-    VisitRulesForEngine(engine, parser, &visitor);
-    return visitor.bestRule();
+    return RuleScanSlot::findBest(engine, parser, line).rule;
 }
 
 } // namespace zefa::msg_filter::impl_detail

@@ -1,5 +1,6 @@
 #include "common/latin1.h"
 #include "common/regexpattern.h"
+#include "rules/rulescan.h"
 
 #include <msgfilter/zefamsgparserrule.h>
 
@@ -31,34 +32,21 @@ void ZefaMsgParserRule::addSubRule(const SubRule& sub)
 
 int ZefaMsgParserRule::match(const std::string& line) const
 {
-    return m_pattern->search(fromLatin1(line), 0, RegexPattern::Captures::Skip).length;
+    return m_pattern->search(std::string_view(line), 0, RegexPattern::Captures::Skip).length;
 }
 
 int ZefaMsgParserRule::matchSubRule(const std::string& line, std::string& type, std::string& id,
     std::vector<std::pair<std::string, std::string>>& fields) const
 {
-    if (m_subRules.empty()) {
+    const RuleScan::SubRuleFound found = RuleScan::findSubRule(*this, line);
+    if (found.index < 0) {
         return -1;
     }
-    const QString text = fromLatin1(line);
-    for (std::size_t index = 0; index < m_subRules.size(); ++index) {
-        const RegexPattern::Match found = m_subPatterns[index]->search(text);
-        if (!found.found()) {
-            continue;
-        }
-        // First match wins, not best match: the file's order of sub-rules is the priority.
-        const SubRule& sub = m_subRules[index];
-        type = sub.type;
-        id = sub.id;
-        for (int group = 1; group < found.captures.size(); ++group) {
-            const auto nameIndex = static_cast<std::size_t>(group - 1);
-            std::string name =
-                nameIndex < sub.fields.size() ? sub.fields[nameIndex] : std::string();
-            fields.emplace_back(std::move(name), toLatin1(found.captures.at(group)));
-        }
-        return found.position;
-    }
-    return -1;
+    const SubRule& sub = m_subRules[static_cast<std::size_t>(found.index)];
+    type = sub.type;
+    id = sub.id;
+    RuleScan::appendFields(sub, found.match, fields);
+    return found.match.position;
 }
 
 } // namespace zefa::msg_filter::impl_detail

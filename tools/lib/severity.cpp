@@ -10,6 +10,11 @@ Severity severityOfType(const std::string& type)
     const QString word = impl_detail::EngineMessageHandler::convertMessageType(type);
     Severity severity = Severity::Info;
     parseSeverity(word, severity);
+    if (severity == Severity::Warning
+        && QString::fromLatin1(type.data(), static_cast<int>(type.size()))
+               .contains(QLatin1String("critical"), Qt::CaseInsensitive)) {
+        return Severity::CriticalWarning;
+    }
     return severity;
 }
 
@@ -18,6 +23,8 @@ QString severityName(Severity severity)
     switch (severity) {
     case Severity::Error:
         return QStringLiteral("Error");
+    case Severity::CriticalWarning:
+        return QStringLiteral("Critical Warning");
     case Severity::Warning:
         return QStringLiteral("Warning");
     case Severity::Info:
@@ -30,8 +37,12 @@ QString severityName(Severity severity)
 
 bool parseSeverity(const QString& text, Severity& severity)
 {
-    for (Severity candidate : { Severity::Info, Severity::Warning, Severity::Error }) {
-        if (text.compare(severityName(candidate), Qt::CaseInsensitive) == 0) {
+    for (Severity candidate :
+        { Severity::Info, Severity::Warning, Severity::CriticalWarning, Severity::Error }) {
+        // "critical-warning": an option value holds no blank.
+        if (text.compare(severityName(candidate).replace(QLatin1Char(' '), QLatin1Char('-')),
+                Qt::CaseInsensitive)
+            == 0) {
             severity = candidate;
             return true;
         }

@@ -1,0 +1,69 @@
+#!/bin/bash
+# The ratios the matching engine is judged by, all from one run on one generated log.
+#
+#   bench/engine_ratios.sh BUILD_DIR [LINES]
+#
+# BUILD_DIR is a Release build configured with -DMSGFILTER_BUILD_BENCH=ON. Generates LINES
+# lines (default 1000000) with bench/generate_tool_log, then measures on that file:
+#   - FindBestMatchRule on the 20-rule engine of bench_rules: the engine's one-pass scan
+#     against the walk over all rules on QRegExp, patterns compiled once and per call;
+#   - msgfilter classify --format text against `rg -c -f` over the default rule patterns
+#     (look-ahead removed, which rg does not take);
+#   - classify --format jsonl against --format text.
+# Wall-clock and CPU (user + system) time are both printed; on a busy machine the CPU
+# figure is the steadier one.
+set -euo pipefail
+build=${1:?usage: engine_ratios.sh BUILD_DIR [LINES]}
+lines=${2:-1000000}
+source_dir=$(cd "$(dirname "$0")/.." && pwd)
+tool="$build/tools/msgfilter"
+work=$(mktemp -d "${TMPDIR:-/tmp}/msgfilter-ratios.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+
+"$build/bench/generate_tool_log" "$lines" > "$work/log"
+echo "log: $lines lines, $(wc -c < "$work/log") bytes"
+
+# The rule patterns as rg reads them: XML entities resolved, look-ahead groups (one level
+# of nested parentheses at most in the default rules) taken out.
+perl -0777 -ne 'while (/<FilterRule\b[^>]*\breg_patten="([^"]*)"/g) {
+    my $p = $1;
+    $p =~ s/&lt;/</g; $p =~ s/&gt;/>/g; $p =~ s/&quot;/"/g; $p =~ s/&apos;/\x27/g; $p =~ s/&amp;/&/g;
+    $p =~ s/\(\?[=!](?:[^()]|\([^()]*\))*\)//g;
+    print "$p\n";
+}' "$source_dir/data/enginemsg.xml" > "$work/patterns"
+echo "rule patterns for rg: $(wc -l < "$work/patterns")"
+
+# time_of NAME COMMAND...: runs the command once, output discarded; sets wall_NAME, cpu_NAME.
+time_of() {
+    local name=$1
+    shift
+    local timing="$work/time"
+    TIMEFORMAT='%R %U %S'
+    { time "$@" > /dev/null 2>&1; } 2> "$timing"
+    read -r real user system < "$timing"
+    printf -v "wall_$name" '%s' "$real"
+    printf -v "cpu_$name" '%s' "$(awk -v u="$user" -v s="$system" 'BEGIN { printf "%.3f", u + s }')"
+    printf '%-28s wall %7.3f s   cpu %7.3f s\n' "$name" "$real" "$(eval echo "\$cpu_$name")"
+}
+
+time_of rg rg -c -f "$work/patterns" "$work/log"
+time_of classify_text "$tool" classify --format text --color never "$work/log"
+time_of classify_jsonl "$tool" classify --format jsonl --color never "$work/log"
+
+"$build/bench/bench_rules" --benchmark_filter='BM_FindBestMatchRule_.*/threads:1$' \
+    --benchmark_format=csv 2> /dev/null > "$work/rules.csv"
+# csv columns: name,iterations,real_time,cpu_time,time_unit,...
+per_line() { awk -F, -v n="\"$1/real_time/threads:1\"" '$1 == n { print $4 }' "$work/rules.csv"; }
+fast=$(per_line BM_FindBestMatchRule_Cached)
+cached=$(per_line BM_FindBestMatchRule_CachedQRegExp)
+per_call=$(per_line BM_FindBestMatchRule_CompilePerCall)
+printf 'FindBestMatchRule cpu ns/line: scan %.0f, QRegExp cached %.0f, QRegExp per call %.0f\n' \
+    "$fast" "$cached" "$per_call"
+
+echo "ratios:"
+awk -v f="$fast" -v c="$cached" -v p="$per_call" 'BEGIN {
+    printf "  FindBestMatchRule: %.1fx the compiled-per-call path (target >= 10), %.1fx the cached path (target >= 6)\n", p / f, c / f }'
+awk -v t="$wall_classify_text" -v r="$wall_rg" -v tc="$cpu_classify_text" -v rc="$cpu_rg" 'BEGIN {
+    printf "  classify --format text / rg -c -f: %.1fx wall, %.1fx cpu (target <= 5)\n", t / r, tc / rc }'
+awk -v j="$wall_classify_jsonl" -v t="$wall_classify_text" -v jc="$cpu_classify_jsonl" -v tc="$cpu_classify_text" 'BEGIN {
+    printf "  classify --format jsonl / text: %.2fx wall, %.2fx cpu (target <= 1.3)\n", j / t, jc / tc }'

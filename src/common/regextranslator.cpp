@@ -1,0 +1,506 @@
+#include "regextranslator.h"
+
+#include <QMutex>
+#include <QRegExp>
+
+#include <bitset>
+#include <map>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace zefa::msg_filter::impl_detail {
+
+namespace {
+
+using ByteSet = std::bitset<256>;
+
+// The reference engine's largest repetition count is one below this; the automaton
+// engine takes at most 1000.
+constexpr int kUnbounded = 1025;
+constexpr int kLargestAutomatonRepeat = 1000;
+
+// The set of Latin-1 characters one character token accepts, asked of the reference
+// engine itself: classes, escapes and case folding then mean exactly what they mean
+// there, with no table of ours to drift from it. Each distinct token is asked once per
+// process.
+std::optional<ByteSet> acceptedBytes(const QString& token, bool caseSensitive)
+{
+    static QMutex mutex;
+    static std::map<std::pair<QString, bool>, ByteSet> known;
+    const QMutexLocker lock(&mutex);
+    const auto key = std::make_pair(token, caseSensitive);
+    const auto found = known.find(key);
+    if (found != known.end()) {
+        return found->second;
+    }
+    QRegExp single(token, caseSensitive ? Qt::CaseSensitive : Qt::CaseInsensitive, QRegExp::RegExp);
+    if (!single.isValid()) {
+        return std::nullopt;
+    }
+    ByteSet bytes;
+    for (int code = 0; code < 256; ++code) {
+        if (single.exactMatch(QString(QChar(code)))) {
+            bytes.set(static_cast<std::size_t>(code));
+        }
+    }
+    known.emplace(key, bytes);
+    return bytes;
+}
+
+struct Node {
+    enum class Kind {
+        Bytes, ///< one character out of `bytes`
+        Sequence,
+        Alternation,
+        Repeat, ///< children[0] between `min` and `max` times
+        StartOfText,
+        EndOfText,
+        Assertion, ///< look-ahead or word boundary: zero width, not carried over
+        BackReference, ///< not carried over
+    };
+
+    explicit Node(Kind nodeKind = Kind::Sequence)
+        : kind(nodeKind)
+    {
+    }
+
+    Kind kind;
+    ByteSet bytes;
+    std::vector<Node> children;
+    int min = 0;
+    int max = 0;
+};
+
+// Reads the dialect with the reference engine's own tokenizing rules (which characters
+// an escape takes, where a class ends, that the first character of a class is literal,
+// that `{,m}` and `{}` are quantifiers). Patterns come here only once the reference
+// engine has accepted them, so a failure means only "not translated".
+class Parser {
+public:
+    Parser(const QString& pattern, bool caseSensitive)
+        : m_pattern(pattern)
+        , m_caseSensitive(caseSensitive)
+    {
+    }
+
+    std::optional<Node> parse()
+    {
+        Node root = parseAlternation();
+        if (m_failed || !atEnd()) {
+            return std::nullopt;
+        }
+        return root;
+    }
+
+private:
+    bool atEnd() const { return m_position >= m_pattern.size(); }
+    ushort peek() const { return m_pattern.at(m_position).unicode(); }
+    void fail() { m_failed = true; }
+
+    Node parseAlternation()
+    {
+        Node alternation(Node::Kind::Alternation);
+        alternation.children.push_back(parseSequence());
+        while (!m_failed && !atEnd() && peek() == '|') {
+            ++m_position;
+            alternation.children.push_back(parseSequence());
+        }
+        if (alternation.children.size() == 1) {
+            return std::move(alternation.children.front());
+        }
+        return alternation;
+    }
+
+    Node parseSequence()
+    {
+        Node sequence(Node::Kind::Sequence);
+        while (!m_failed && !atEnd() && peek() != '|' && peek() != ')') {
+            sequence.children.push_back(parseFactor());
+        }
+        return sequence;
+    }
+
+    Node parseFactor()
+    {
+        Node atom = parseAtom();
+        if (m_failed || atEnd()) {
+            return atom;
+        }
+        int min = 0;
+        int max = 0;
+        switch (peek()) {
+        case '*':
+            max = kUnbounded;
+            ++m_position;
+            break;
+        case '+':
+            min = 1;
+            max = kUnbounded;
+            ++m_position;
+            break;
+        case '?':
+            max = 1;
+            ++m_position;
+            break;
+        case '{':
+            if (!readInterval(min, max)) {
+                fail();
+            }
+            break;
+        default:
+            return atom;
+        }
+        Node repeat(Node::Kind::Repeat);
+        repeat.min = min;
+        repeat.max = max;
+        repeat.children.push_back(std::move(atom));
+        return repeat;
+    }
+
+    // `{m}`, `{m,}`, `{,n}`, `{m,n}` and `{}` (zero times), leaving the position after '}'.
+    bool readInterval(int& min, int& max)
+    {
+        ++m_position;
+        min = readCount(0);
+        max = min;
+        if (!atEnd() && peek() == ',') {
+            ++m_position;
+            max = readCount(kUnbounded);
+        }
+        if (atEnd() || peek() != '}' || max < min) {
+            return false;
+        }
+        ++m_position;
+        return true;
+    }
+
+    int readCount(int absent)
+    {
+        if (atEnd() || peek() < '0' || peek() > '9') {
+            return absent;
+        }
+        int count = 0;
+        while (!atEnd() && peek() >= '0' && peek() <= '9') {
+            count = count * 10 + (peek() - '0');
+            if (count >= kUnbounded) {
+                fail();
+                return absent;
+            }
+            ++m_position;
+        }
+        return count;
+    }
+
+    Node parseAtom()
+    {
+        const int start = m_position;
+        const ushort character = peek();
+        ++m_position;
+        switch (character) {
+        case '^':
+            return Node(Node::Kind::StartOfText);
+        case '$':
+            return Node(Node::Kind::EndOfText);
+        case '(':
+            return parseGroup();
+        case '.': {
+            Node any(Node::Kind::Bytes);
+            any.bytes.set();
+            return any;
+        }
+        case '[':
+            skipClass();
+            return bytesOf(start);
+        case '\\':
+            return parseEscape(start);
+        case '*':
+        case '+':
+        case '?':
+        case '{':
+        case '}':
+        case ']':
+            fail();
+            return Node();
+        default:
+            if (m_caseSensitive && character < 256) {
+                Node literal(Node::Kind::Bytes);
+                literal.bytes.set(character);
+                return literal;
+            }
+            return bytesOf(start);
+        }
+    }
+
+    Node parseGroup()
+    {
+        Node::Kind kind = Node::Kind::Sequence;
+        if (!atEnd() && peek() == '?') {
+            ++m_position;
+            if (atEnd()) {
+                fail();
+                return Node();
+            }
+            const ushort marker = peek();
+            ++m_position;
+            if (marker == '=' || marker == '!') {
+                kind = Node::Kind::Assertion;
+            } else if (marker != ':') {
+                fail();
+                return Node();
+            }
+        }
+        Node inner = parseAlternation();
+        if (m_failed || atEnd() || peek() != ')') {
+            fail();
+            return Node();
+        }
+        ++m_position;
+        if (kind == Node::Kind::Assertion) {
+            return Node(Node::Kind::Assertion);
+        }
+        return inner;
+    }
+
+    Node parseEscape(int start)
+    {
+        if (atEnd()) {
+            fail();
+            return Node();
+        }
+        const ushort escaped = peek();
+        if (escaped == 'b' || escaped == 'B') {
+            ++m_position;
+            return Node(Node::Kind::Assertion);
+        }
+        if (escaped >= '1' && escaped <= '9') {
+            skipEscape();
+            return Node(Node::Kind::BackReference);
+        }
+        skipEscape();
+        return bytesOf(start);
+    }
+
+    // Steps over the rest of an escape whose backslash is already behind the position:
+    // `\0` takes up to three octal digits, `\x` up to four hexadecimal ones, a
+    // back-reference all following digits, anything else one character.
+    void skipEscape()
+    {
+        const ushort escaped = peek();
+        ++m_position;
+        if (escaped == '0') {
+            for (int digit = 0; digit < 3 && !atEnd() && peek() >= '0' && peek() <= '7'; ++digit) {
+                ++m_position;
+            }
+        } else if (escaped == 'x') {
+            for (int digit = 0; digit < 4 && !atEnd() && isHexDigit(peek()); ++digit) {
+                ++m_position;
+            }
+        } else if (escaped >= '1' && escaped <= '9') {
+            while (!atEnd() && peek() >= '0' && peek() <= '9') {
+                ++m_position;
+            }
+        }
+    }
+
+    bool isHexDigit(ushort character) const
+    {
+        const ushort lower = QChar(character).toLower().unicode();
+        return (lower >= '0' && lower <= '9') || (lower >= 'a' && lower <= 'f');
+    }
+
+    // A class runs to the first ']' that is not its first member; a negating '^' does
+    // not count as a member.
+    void skipClass()
+    {
+        if (!atEnd() && peek() == '^') {
+            ++m_position;
+        }
+        do {
+            if (atEnd()) {
+                fail();
+                return;
+            }
+            if (peek() == '\\') {
+                ++m_position;
+                if (atEnd()) {
+                    fail();
+                    return;
+                }
+                skipEscape();
+            } else {
+                ++m_position;
+            }
+        } while (!atEnd() && peek() != ']');
+        if (atEnd()) {
+            fail();
+            return;
+        }
+        ++m_position;
+    }
+
+    Node bytesOf(int start)
+    {
+        if (m_failed) {
+            return Node();
+        }
+        const std::optional<ByteSet> bytes =
+            acceptedBytes(m_pattern.mid(start, m_position - start), m_caseSensitive);
+        if (!bytes) {
+            fail();
+            return Node();
+        }
+        Node node(Node::Kind::Bytes);
+        node.bytes = *bytes;
+        return node;
+    }
+
+    const QString& m_pattern;
+    bool m_caseSensitive;
+    int m_position = 0;
+    bool m_failed = false;
+};
+
+void appendByte(std::string& out, std::size_t byte)
+{
+    static const char kHex[] = "0123456789abcdef";
+    out += "\\x";
+    out += kHex[byte >> 4];
+    out += kHex[byte & 15];
+}
+
+// Writes the automaton form of a tree; `exact` turns false at the first construct the
+// automaton can only over-approximate.
+class Writer {
+public:
+    bool write(const Node& node, std::string& out) { return append(node, out, 0); }
+    bool exact() const { return m_exact; }
+
+private:
+    bool append(const Node& node, std::string& out, int repeatDepth)
+    {
+        switch (node.kind) {
+        case Node::Kind::Bytes:
+            return appendBytes(node.bytes, out);
+        case Node::Kind::Sequence:
+            for (const Node& child : node.children) {
+                if (!append(child, out, repeatDepth)) {
+                    return false;
+                }
+            }
+            return true;
+        case Node::Kind::Alternation:
+            out += "(?:";
+            for (std::size_t index = 0; index < node.children.size(); ++index) {
+                if (index > 0) {
+                    out += '|';
+                }
+                if (!append(node.children[index], out, repeatDepth)) {
+                    return false;
+                }
+            }
+            out += ')';
+            return true;
+        case Node::Kind::Repeat:
+            return appendRepeat(node, out, repeatDepth);
+        case Node::Kind::StartOfText:
+        case Node::Kind::EndOfText:
+            // An anchor under a quantifier is dropped: the superset keeps the rest.
+            if (repeatDepth > 0) {
+                m_exact = false;
+            } else {
+                out += node.kind == Node::Kind::StartOfText ? "\\A" : "\\z";
+            }
+            return true;
+        case Node::Kind::Assertion:
+            m_exact = false;
+            return true;
+        case Node::Kind::BackReference:
+            m_exact = false;
+            out += "[\\x00-\\xff]*";
+            return true;
+        }
+        return false;
+    }
+
+    bool appendRepeat(const Node& node, std::string& out, int repeatDepth)
+    {
+        // The reference engine takes `{0}` and `{0,0}` as "nothing at all".
+        if (node.max == 0) {
+            return true;
+        }
+        if (node.min > kLargestAutomatonRepeat
+            || (node.max != kUnbounded && node.max > kLargestAutomatonRepeat)) {
+            return false;
+        }
+        out += "(?:";
+        if (!append(node.children.front(), out, repeatDepth + 1)) {
+            return false;
+        }
+        out += "){" + std::to_string(node.min) + ',';
+        if (node.max != kUnbounded) {
+            out += std::to_string(node.max);
+        }
+        out += '}';
+        return true;
+    }
+
+    static bool appendBytes(const ByteSet& bytes, std::string& out)
+    {
+        if (bytes.none()) {
+            return false;
+        }
+        if (bytes.count() == 1) {
+            for (std::size_t byte = 0; byte < bytes.size(); ++byte) {
+                if (bytes.test(byte)) {
+                    appendByte(out, byte);
+                }
+            }
+            return true;
+        }
+        out += '[';
+        std::size_t byte = 0;
+        while (byte < bytes.size()) {
+            if (!bytes.test(byte)) {
+                ++byte;
+                continue;
+            }
+            std::size_t last = byte;
+            while (last + 1 < bytes.size() && bytes.test(last + 1)) {
+                ++last;
+            }
+            appendByte(out, byte);
+            if (last > byte) {
+                out += '-';
+                appendByte(out, last);
+            }
+            byte = last + 1;
+        }
+        out += ']';
+        return true;
+    }
+
+    bool m_exact = true;
+};
+
+} // namespace
+
+TranslatedPattern translatePattern(const QString& pattern, bool caseSensitive)
+{
+    TranslatedPattern translated;
+    const std::optional<Node> tree = Parser(pattern, caseSensitive).parse();
+    if (!tree) {
+        return translated;
+    }
+    Writer writer;
+    std::string text;
+    if (!writer.write(*tree, text)) {
+        return translated;
+    }
+    translated.fidelity =
+        writer.exact() ? TranslatedPattern::Fidelity::Exact : TranslatedPattern::Fidelity::Superset;
+    translated.text = std::move(text);
+    return translated;
+}
+
+} // namespace zefa::msg_filter::impl_detail

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QString>
+
+#include <string>
+
+namespace zefa::msg_filter::impl_detail {
+
+/// A pattern of the library's dialect rewritten for the automaton engine, which matches
+/// 8-bit text whose bytes are the Latin-1 characters of the same code.
+///
+/// Every character set (literal, class, `.`, `\s`, `\w`, `\d`, escapes, in either case
+/// mode) is written out as the explicit set of bytes the reference engine accepts for it,
+/// so the two engines cannot disagree on what a character is. `^` becomes "start of text"
+/// and `$` "end of text". Constructs whose meaning the automaton cannot carry (look-ahead,
+/// word boundaries, back-references, anchors under a quantifier) make the translation a
+/// superset: it matches wherever the pattern matches, and maybe elsewhere, so it may only
+/// rule a match out.
+struct TranslatedPattern {
+    enum class Fidelity {
+        Exact, ///< same matches, same leftmost-longest bounds
+        Superset, ///< matches at least wherever the pattern does
+        None, ///< nothing usable: the reference engine decides alone
+    };
+
+    Fidelity fidelity = Fidelity::None;
+    std::string text; ///< automaton syntax; empty when fidelity is None
+};
+
+/// Translates a pattern the reference engine accepts; an invalid pattern yields None.
+TranslatedPattern translatePattern(const QString& pattern, bool caseSensitive);
+
+} // namespace zefa::msg_filter::impl_detail

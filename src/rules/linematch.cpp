@@ -1,0 +1,32 @@
+#include "linematch.h"
+
+#include "rules/rulescan.h"
+
+namespace zefa::msg_filter::impl_detail {
+
+LineMatch matchLine(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, const std::string& line)
+{
+    LineMatch result;
+    const RuleScan::Best best = RuleScanSlot::findBest(engine, parser, line);
+    if (best.rule == nullptr) {
+        return result;
+    }
+    result.rule = best.rule;
+    result.position = best.position;
+    result.length = best.length;
+    const RuleScan::SubRuleFound found = RuleScan::findSubRule(*best.rule, line);
+    if (found.index < 0) {
+        return result;
+    }
+    const ZefaMsgParserRule::SubRule& sub =
+        best.rule->getSubRules()[static_cast<std::size_t>(found.index)];
+    result.subRule = found.index;
+    result.subRulePosition = found.match.position;
+    result.subRuleLength = found.match.length;
+    result.type = sub.type;
+    result.id = sub.id;
+    RuleScan::appendFields(sub, found.match, result.fields);
+    return result;
+}
+
+} // namespace zefa::msg_filter::impl_detail

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <msgfilter/zefaenginmsgparser.h>
+#include <msgfilter/zefamsgparserengin.h>
+#include <msgfilter/zefamsgparserrule.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zefa::msg_filter::impl_detail {
+
+/// All the rule engine decides about one line: the rule FindBestMatchRule picks and what
+/// matchSubRule then reads, with where each pattern matched and which sub-rule won, so a
+/// caller never has to search again or infer it.
+struct LineMatch {
+    ZefaMsgParserRule* rule = nullptr; ///< the best rule; null when no rule matches
+    int position = -1; ///< where the rule's pattern matched
+    int length = -1; ///< how long that match is: what made the rule the best one
+    int subRule = -1; ///< index of the first matching sub-rule; -1 when none matches
+    int subRulePosition = -1; ///< where it matched: what matchSubRule returns
+    int subRuleLength = -1;
+    std::string type; ///< the sub-rule's type, empty when no sub-rule matches
+    std::string id; ///< the sub-rule's id
+    std::vector<std::pair<std::string, std::string>> fields; ///< as matchSubRule appends them
+};
+
+/// FindBestMatchRule(engine, parser, line), then matchSubRule on the rule it picks, in one
+/// call with the same answers. Null arguments give an empty result, as they give null.
+///
+///     const LineMatch found = matchLine(engine, parser, "WARNING: [Synth 8-327] latch\n");
+///     if (found.subRule >= 0) { ... found.rule->getSubRules()[found.subRule].name ... }
+LineMatch matchLine(
+    ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, const std::string& line);
+
+} // namespace zefa::msg_filter::impl_detail

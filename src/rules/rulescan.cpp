@@ -1,0 +1,111 @@
+#include "rulescan.h"
+
+#include "common/latin1.h"
+
+namespace zefa::msg_filter::impl_detail {
+
+RuleScan::RuleScan(ZefaMsgParserEngin& engine, const ZefaEnginMsgParser& parser)
+    : m_engine(&engine)
+    , m_rulesStamp(engine.m_rulesStamp)
+{
+    std::vector<const RegexPattern*> patterns;
+    for (const std::string& name : parser.getRuleNames()) {
+        ZefaMsgParserRule* rule = engine.getRule(name);
+        if (rule != nullptr) {
+            m_entries.push_back({ rule, rule->m_pattern.get() });
+            patterns.push_back(rule->m_pattern.get());
+        }
+    }
+    m_screen = std::make_unique<PatternSet>(patterns);
+}
+
+bool RuleScan::isCurrent(const ZefaMsgParserEngin& engine) const
+{
+    if (m_engine != &engine || m_rulesStamp != engine.m_rulesStamp) {
+        return false;
+    }
+    // A rule handed out by the engine may have been assigned another one meanwhile.
+    for (const Entry& entry : m_entries) {
+        if (entry.rule->m_pattern.get() != entry.pattern) {
+            return false;
+        }
+    }
+    return true;
+}
+
+RuleScan::Best RuleScan::findBest(std::string_view line) const
+{
+    thread_local std::vector<int> candidates;
+    m_screen->candidates(line, candidates);
+    Best best;
+    for (const int index : candidates) {
+        const Entry& entry = m_entries[static_cast<std::size_t>(index)];
+        const RegexPattern::Match match =
+            entry.pattern->search(line, 0, RegexPattern::Captures::Skip);
+        // Only a strictly longer match wins, so among equals the rule tried first stays.
+        if (match.length > best.length) {
+            best.rule = entry.rule;
+            best.position = match.position;
+            best.length = match.length;
+        }
+    }
+    return best;
+}
+
+RuleScan::SubRuleFound RuleScan::findSubRule(const ZefaMsgParserRule& rule, std::string_view line)
+{
+    SubRuleFound found;
+    for (std::size_t index = 0; index < rule.m_subPatterns.size(); ++index) {
+        const RegexPattern& pattern = *rule.m_subPatterns[index];
+        // Only the winner's groups are wanted: the automaton tells which sub-rule wins and
+        // where, and the groups are read from there.
+        const bool screened = pattern.translation().fidelity != TranslatedPattern::Fidelity::None;
+        found.match = pattern.search(
+            line, 0, screened ? RegexPattern::Captures::Skip : RegexPattern::Captures::Collect);
+        if (!found.match.found()) {
+            continue;
+        }
+        if (screened && pattern.captureCount() > 0) {
+            found.match = pattern.search(line, found.match.position);
+        }
+        // First match wins, not best match: the file's order of sub-rules is the priority.
+        found.index = static_cast<int>(index);
+        return found;
+    }
+    return found;
+}
+
+void RuleScan::appendFields(const ZefaMsgParserRule::SubRule& sub, const RegexPattern::Match& match,
+    std::vector<std::pair<std::string, std::string>>& fields)
+{
+    for (int group = 1; group < match.captures.size(); ++group) {
+        const auto nameIndex = static_cast<std::size_t>(group - 1);
+        std::string name = nameIndex < sub.fields.size() ? sub.fields[nameIndex] : std::string();
+        fields.emplace_back(std::move(name), toLatin1(match.captures.at(group)));
+    }
+}
+
+std::shared_ptr<const RuleScan> RuleScanSlot::scanFor(
+    ZefaMsgParserEngin& engine, const ZefaEnginMsgParser& parser)
+{
+    if (!parser.m_scanSlot) { // a moved-from parser
+        return std::make_shared<const RuleScan>(engine, parser);
+    }
+    RuleScanSlot& slot = *parser.m_scanSlot;
+    const std::lock_guard<std::mutex> lock(slot.m_mutex);
+    if (!slot.m_scan || !slot.m_scan->isCurrent(engine)) {
+        slot.m_scan = std::make_shared<const RuleScan>(engine, parser);
+    }
+    return slot.m_scan;
+}
+
+RuleScan::Best RuleScanSlot::findBest(
+    ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, std::string_view line)
+{
+    if (engine == nullptr || parser == nullptr || !engine->isInitialized()) {
+        return {};
+    }
+    return scanFor(*engine, *parser)->findBest(line);
+}
+
+} // namespace zefa::msg_filter::impl_detail
