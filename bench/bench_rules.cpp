@@ -3,6 +3,7 @@
 // every rule on QRegExp with each pattern compiled once and the line converted per rule
 // (the engine before the automaton), and the same walk compiling every pattern per call.
 
+#include "common/latin1.h"
 #include "common/regexpattern.h"
 
 #include <msgfilter/zefamsgparserengin.h>
@@ -119,14 +120,9 @@ Fixture& fixture()
     return instance;
 }
 
-QString latin1(const std::string& text)
-{
-    return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
-}
-
 RegexPattern referencePattern(const ZefaMsgParserRule& rule)
 {
-    return RegexPattern(latin1(rule.getRegPatten()), RegexPattern::Case::Sensitive,
+    return RegexPattern(fromLatin1(rule.getRegPatten()), RegexPattern::Case::Sensitive,
         RegexPattern::Engine::Reference);
 }
 
@@ -143,7 +139,7 @@ const ZefaMsgParserRule* findBestOnQRegExp(ZefaMsgParserEngin* engine, ZefaEngin
             continue;
         }
         const int length =
-            patternOf(*rule).search(latin1(line), 0, RegexPattern::Captures::Skip).length;
+            patternOf(*rule).search(fromLatin1(line), 0, RegexPattern::Captures::Skip).length;
         if (length > bestLength) {
             bestLength = length;
             best = rule;

@@ -9,7 +9,8 @@
 #     against the walk over all rules on QRegExp, patterns compiled once and per call;
 #   - msgfilter classify --format text against `rg -c -f` over the default rule patterns
 #     (look-ahead removed, which rg does not take);
-#   - classify --format jsonl against --format text.
+#   - classify --format jsonl against --format text;
+#   - classify --format text with patterns on QRegExp alone against the automaton.
 # Wall-clock and CPU (user + system) time are both printed; on a busy machine the CPU
 # figure is the steadier one.
 set -euo pipefail
@@ -49,6 +50,8 @@ time_of() {
 time_of rg rg -c -f "$work/patterns" "$work/log"
 time_of classify_text "$tool" classify --format text --color never "$work/log"
 time_of classify_jsonl "$tool" classify --format jsonl --color never "$work/log"
+time_of classify_text_qregexp env MSGFILTER_REGEX_ENGINE=reference \
+    "$tool" classify --format text --color never "$work/log"
 
 "$build/bench/bench_rules" --benchmark_filter='BM_FindBestMatchRule_.*/threads:1$' \
     --benchmark_format=csv 2> /dev/null > "$work/rules.csv"
@@ -65,5 +68,7 @@ awk -v f="$fast" -v c="$cached" -v p="$per_call" 'BEGIN {
     printf "  FindBestMatchRule: %.1fx the compiled-per-call path (target >= 10), %.1fx the cached path (target >= 6)\n", p / f, c / f }'
 awk -v t="$wall_classify_text" -v r="$wall_rg" -v tc="$cpu_classify_text" -v rc="$cpu_rg" 'BEGIN {
     printf "  classify --format text / rg -c -f: %.1fx wall, %.1fx cpu (target <= 5)\n", t / r, tc / rc }'
+awk -v q="$cpu_classify_text_qregexp" -v tc="$cpu_classify_text" 'BEGIN {
+    printf "  classify --format text, QRegExp alone / automaton: %.2fx cpu\n", q / tc }'
 awk -v j="$wall_classify_jsonl" -v t="$wall_classify_text" -v jc="$cpu_classify_jsonl" -v tc="$cpu_classify_text" 'BEGIN {
     printf "  classify --format jsonl / text: %.2fx wall, %.2fx cpu (target <= 1.3)\n", j / t, jc / tc }'

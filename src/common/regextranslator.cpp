@@ -390,14 +390,17 @@ private:
             }
             return true;
         case Node::Kind::Alternation:
+            // Each alternative in a group of its own: left bare, alternatives that begin
+            // with the same characters get that prefix pulled out by the automaton's
+            // parser, which in its Latin-1 mode then matches a byte of 0x80 or more as
+            // two UTF-8 bytes, and never matches ("\xa0b|\xa0" never found "\xa0").
             out += "(?:";
             for (std::size_t index = 0; index < node.children.size(); ++index) {
-                if (index > 0) {
-                    out += '|';
-                }
+                out += index > 0 ? "|(" : "(";
                 if (!append(node.children[index], out, repeatDepth)) {
                     return false;
                 }
+                out += ')';
             }
             out += ')';
             return true;

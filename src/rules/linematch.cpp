@@ -4,6 +4,12 @@
 
 namespace zefa::msg_filter::impl_detail {
 
+RuleSpan matchRule(const ZefaMsgParserRule& rule, const std::string& line)
+{
+    const RegexPattern::Match found = RuleScan::matchOf(rule, line);
+    return { found.position, found.length };
+}
+
 LineMatch matchLine(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, const std::string& line)
 {
     LineMatch result;

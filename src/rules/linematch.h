@@ -25,6 +25,14 @@ struct LineMatch {
     std::vector<std::pair<std::string, std::string>> fields; ///< as matchSubRule appends them
 };
 
+/// Where a rule's own pattern matches in a line, leftmost; match() tells only the length.
+struct RuleSpan {
+    int position = -1; ///< -1 when the pattern does not match
+    int length = -1;
+};
+
+RuleSpan matchRule(const ZefaMsgParserRule& rule, const std::string& line);
+
 /// FindBestMatchRule(engine, parser, line), then matchSubRule on the rule it picks, in one
 /// call with the same answers. Null arguments give an empty result, as they give null.
 ///

@@ -52,6 +52,11 @@ RuleScan::Best RuleScan::findBest(std::string_view line) const
     return best;
 }
 
+RegexPattern::Match RuleScan::matchOf(const ZefaMsgParserRule& rule, std::string_view line)
+{
+    return rule.m_pattern->search(line, 0, RegexPattern::Captures::Skip);
+}
+
 RuleScan::SubRuleFound RuleScan::findSubRule(const ZefaMsgParserRule& rule, std::string_view line)
 {
     SubRuleFound found;

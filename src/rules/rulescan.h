@@ -41,6 +41,8 @@ public:
     bool isCurrent(const ZefaMsgParserEngin& engine) const;
     Best findBest(std::string_view line) const;
 
+    /// The leftmost match of the rule's own pattern, without captures.
+    static RegexPattern::Match matchOf(const ZefaMsgParserRule& rule, std::string_view line);
     static SubRuleFound findSubRule(const ZefaMsgParserRule& rule, std::string_view line);
     /// One (name, captured text) pair per group of `match`, named in order by `sub`.
     static void appendFields(const ZefaMsgParserRule::SubRule& sub,

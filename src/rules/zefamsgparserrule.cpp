@@ -32,7 +32,7 @@ void ZefaMsgParserRule::addSubRule(const SubRule& sub)
 
 int ZefaMsgParserRule::match(const std::string& line) const
 {
-    return m_pattern->search(std::string_view(line), 0, RegexPattern::Captures::Skip).length;
+    return RuleScan::matchOf(*this, line).length;
 }
 
 int ZefaMsgParserRule::matchSubRule(const std::string& line, std::string& type, std::string& id,

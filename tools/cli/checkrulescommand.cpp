@@ -2,13 +2,13 @@
 // or can never match.
 
 #include "argumentfiles.h"
-#include "boundedread.h"
 #include "commandline.h"
 #include "commands.h"
 #include "rulechecker.h"
 #include "rulesselection.h"
 
 #include <QFile>
+#include <QTemporaryDir>
 
 namespace zefa::msg_filter::tool {
 
@@ -56,16 +56,14 @@ int runCheckRules(const QStringList& arguments)
         reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(path, reason));
         return kExitFailure;
     }
-    QByteArray content;
-    if (!readAtMost(file, kMaximumRuleFileBytes, content)) {
-        reportError(kCommand,
-            QStringLiteral("cannot read '%1': %2")
-                .arg(path,
-                    file.error() == QFileDevice::NoError ? QStringLiteral("more than 64 MiB")
-                                                         : file.errorString()));
+    const QTemporaryDir copies;
+    const QString readable = readableRuleFile(file, path, copies, reason);
+    if (readable.isEmpty()) {
+        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(path, reason));
         return kExitFailure;
     }
-    const RuleCheck check = checkRules(content);
+    file.close();
+    const RuleCheck check = checkRules(readable);
     writeOutput(ruleCheckReport(path, check));
     return check.findings.empty() ? kExitSuccess : kExitFindings;
 }

@@ -1,7 +1,10 @@
 #include "argumentfiles.h"
 
+#include "boundedread.h"
+
 #include <QFile>
 #include <QHash>
+#include <QTemporaryDir>
 
 #include <cerrno>
 #include <cstring>
@@ -52,6 +55,26 @@ bool openArgumentFile(QFile& file, const QString& name, QIODevice::OpenMode mode
         return false;
     }
     return true;
+}
+
+QString readableRuleFile(
+    QFile& file, const QString& name, const QTemporaryDir& copies, QString& error)
+{
+    if (!file.isSequential() && argumentBytes(name) == QFile::encodeName(name))
+        return name;
+    QByteArray content;
+    if (!readAtMost(file, kMaximumRuleFileBytes, content)) {
+        error = file.error() == QFileDevice::NoError ? QStringLiteral("more than 64 MiB")
+                                                     : file.errorString();
+        return QString();
+    }
+    QFile copy(copies.filePath(QStringLiteral("rules.xml")));
+    if (!copies.isValid() || !copy.open(QIODevice::WriteOnly)
+        || copy.write(content) != content.size() || !copy.flush()) {
+        error = QStringLiteral("no temporary copy could be made");
+        return QString();
+    }
+    return copy.fileName();
 }
 
 bool isArgumentDirectory(const QString& name)

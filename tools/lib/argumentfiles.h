@@ -5,6 +5,7 @@
 #include <QString>
 
 class QFile;
+class QTemporaryDir;
 
 namespace zefa::msg_filter::tool {
 
@@ -23,6 +24,13 @@ QByteArray argumentBytes(const QString& text);
 /// Opens the file `name` names for reading, through its bytes. False, with the reason in
 /// `error`, when it cannot be opened.
 bool openArgumentFile(QFile& file, const QString& name, QIODevice::OpenMode mode, QString& error);
+
+/// Where the library can read the rule file `name`, opened as `file`: `name` itself for a
+/// regular file whose name Qt can encode; otherwise a copy in `copies`, read once through
+/// `file` (a pipe or a FIFO cannot be read twice), of at most kMaximumRuleFileBytes. Empty,
+/// with the reason in `error`, when no copy can be made.
+QString readableRuleFile(
+    QFile& file, const QString& name, const QTemporaryDir& copies, QString& error);
 
 /// Whether `name` names a directory.
 bool isArgumentDirectory(const QString& name);

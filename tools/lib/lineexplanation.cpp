@@ -1,7 +1,7 @@
 #include "lineexplanation.h"
 
-#include "common/regexpattern.h"
 #include "displaytext.h"
+#include "rules/linematch.h"
 #include "rulesselection.h"
 #include "severity.h"
 
@@ -14,22 +14,9 @@ namespace zefa::msg_filter::tool {
 
 namespace {
 
-using impl_detail::RegexPattern;
+using impl_detail::LineMatch;
+using impl_detail::RuleSpan;
 using impl_detail::ZefaMsgParserRule;
-
-// The rules match 8-bit text as Latin-1.
-QString matchText(const std::string& bytes)
-{
-    return QString::fromLatin1(bytes.data(), static_cast<int>(bytes.size()));
-}
-
-// Where a rule's own pattern matches: the engine reports only the length.
-int matchPosition(const std::string& pattern, const std::string& line)
-{
-    return RegexPattern(matchText(pattern))
-        .search(matchText(line), 0, RegexPattern::Captures::Skip)
-        .position;
-}
 
 struct RuleRow {
     std::string name;
@@ -88,12 +75,14 @@ QString explainLine(const RulesSelection& rules, const std::string& line)
         row.name = name;
         row.rule = rules.rules->getRule(name);
         if (row.rule != nullptr) {
-            row.length = row.rule->match(line);
-            row.position = row.length < 0 ? -1 : matchPosition(row.rule->getRegPatten(), line);
+            const RuleSpan span = impl_detail::matchRule(*row.rule, line);
+            row.position = span.position;
+            row.length = span.length;
         }
         rows.push_back(row);
     }
-    ZefaMsgParserRule* chosen = impl_detail::FindBestMatchRule(rules.rules, rules.engine, line);
+    const LineMatch found = impl_detail::matchLine(rules.rules, rules.engine, line);
+    const ZefaMsgParserRule* chosen = found.rule;
     text += QStringLiteral("\nRules of the engine, in the order they are tried:\n");
     text += ruleTable(rows, chosen);
 
@@ -104,44 +93,35 @@ QString explainLine(const RulesSelection& rules, const std::string& line)
     text += QStringLiteral("\nChosen:  %1 (type '%2')\n")
                 .arg(displayText(chosen->getName()), displayText(chosen->getType()));
 
-    std::string subType;
-    std::string subId;
-    std::vector<std::pair<std::string, std::string>> fields;
-    const int position = chosen->matchSubRule(line, subType, subId, fields);
     const std::vector<ZefaMsgParserRule::SubRule>& subRules = chosen->getSubRules();
-    if (position < 0) {
+    if (found.subRule < 0) {
         text += QStringLiteral("Sub-rule: none of its %1 sub-rules matches; the line gets no "
                                "message type and no fields\n")
                     .arg(subRules.size());
         return text;
     }
-    // The first sub-rule whose pattern matches is the one that fired.
-    size_t fired = 0;
-    while (fired < subRules.size() && matchPosition(subRules[fired].reg_patten, line) < 0) {
-        ++fired;
-    }
-    const QString label = fired < subRules.size() && !subRules[fired].name.empty()
-        ? QStringLiteral(" '%1'").arg(displayText(subRules[fired].name))
-        : QString();
+    const ZefaMsgParserRule::SubRule& fired = subRules[static_cast<size_t>(found.subRule)];
+    const QString label =
+        fired.name.empty() ? QString() : QStringLiteral(" '%1'").arg(displayText(fired.name));
     text += QStringLiteral("Sub-rule: #%1%2 of %3, type '%4', id '%5', matched at position %6\n")
-                .arg(fired + 1)
+                .arg(found.subRule + 1)
                 .arg(label)
                 .arg(subRules.size())
-                .arg(decode(subType), decode(subId))
-                .arg(position);
+                .arg(decode(found.type), decode(found.id))
+                .arg(found.subRulePosition);
     int width = 0;
-    for (const auto& field : fields) {
+    for (const auto& field : found.fields) {
         width = std::max(width, static_cast<int>(field.first.size()));
     }
     text += QStringLiteral("Fields:\n");
-    for (const auto& [name, value] : fields) {
+    for (const auto& [name, value] : found.fields) {
         text +=
             QStringLiteral("  %1  %2\n").arg(displayText(name), -width).arg(quoted(decode(value)));
     }
-    std::string typeForSeverity = subType;
+    std::string typeForSeverity = found.type;
     if (chosen->getName() == "new-message") {
         typeForSeverity.clear();
-        for (const auto& [name, value] : fields) {
+        for (const auto& [name, value] : found.fields) {
             if (name == "type") {
                 typeForSeverity = value;
             }

@@ -1,7 +1,7 @@
 #include "rulesselection.h"
 
 #include "argumentfiles.h"
-#include "boundedread.h"
+#include "rules/zefamsgfilterdefreader.h"
 
 #include <msgfilter/host/basesystem.h>
 #include <msgfilter/msgfilter.h>
@@ -26,9 +26,9 @@ QString defaultRulesPath()
 bool selectRules(const QString& rulesPath, const QString& target, const QString& engine,
     RulesSelection& selection, QString& error)
 {
-    // Holds the copy of a differently named rule file until the library has read it;
-    // the library never reads the file again once it loaded.
-    QTemporaryDir copyDirectory;
+    // Holds a copy of the rule file until the library has read it; the library never
+    // reads the file again once it loaded.
+    const QTemporaryDir copies;
     QString path = defaultRulesPath();
     if (!rulesPath.isEmpty()) {
         path = isArgumentDirectory(rulesPath) ? rulesPath + QLatin1Char('/') + kRulesFileName
@@ -41,33 +41,14 @@ bool selectRules(const QString& rulesPath, const QString& target, const QString&
         return false;
     }
     if (!rulesPath.isEmpty()) {
-        // A rule file named enginemsg.xml is read where it is. Any other is read once,
-        // through this open, and the library reads a copy: a pipe or a FIFO cannot be read
-        // twice, and a name that is not UTF-8 is one the library cannot open.
-        const QFileInfo info(path);
-        QString directory = info.absolutePath();
-        if (info.fileName() != kRulesFileName || file.isSequential()
-            || argumentBytes(path) != QFile::encodeName(path)) {
-            QByteArray content;
-            if (!readAtMost(file, kMaximumRuleFileBytes, content)) {
-                error = QStringLiteral("cannot read rules '%1': %2")
-                            .arg(path,
-                                file.error() == QFileDevice::NoError
-                                    ? QStringLiteral("more than 64 MiB")
-                                    : file.errorString());
-                return false;
-            }
-            QFile copy(copyDirectory.path() + QLatin1Char('/') + kRulesFileName);
-            if (!copyDirectory.isValid() || !copy.open(QIODevice::WriteOnly)
-                || copy.write(content) != content.size() || !copy.flush()) {
-                error = QStringLiteral("cannot read rules '%1': no temporary copy "
-                                       "could be made")
-                            .arg(path);
-                return false;
-            }
-            directory = copyDirectory.path();
+        // The library reads the named file itself; a pipe, a FIFO or a name Qt cannot
+        // encode is read once here and the library reads a copy.
+        const QString readable = readableRuleFile(file, path, copies, reason);
+        if (readable.isEmpty()) {
+            error = QStringLiteral("cannot read rules '%1': %2").arg(path, reason);
+            return false;
         }
-        qputenv("ZEFA_DATA_PATH", QFile::encodeName(directory));
+        impl_detail::ZefaMsgFilterDefReader::useDefinitionFile(readable);
     }
     file.close();
 

@@ -1,21 +1,27 @@
 #include "severity.h"
 
-#include "engine/enginemessagehandler.h"
+#include "common/severity.h"
 
 namespace zefa::msg_filter::tool {
 
 Severity severityOfType(const std::string& type)
 {
     // The engine side's own reading, so that the tool and the host never disagree.
-    const QString word = impl_detail::EngineMessageHandler::convertMessageType(type);
-    Severity severity = Severity::Info;
-    parseSeverity(word, severity);
-    if (severity == Severity::Warning
-        && QString::fromLatin1(type.data(), static_cast<int>(type.size()))
-               .contains(QLatin1String("critical"), Qt::CaseInsensitive)) {
-        return Severity::CriticalWarning;
+    switch (impl_detail::severityOfRuleType(type)) {
+    case impl_detail::Severity::Error:
+        return Severity::Error;
+    case impl_detail::Severity::Warning:
+        // The library files a critical warning as a warning; the tool keeps it apart.
+        if (QString::fromLatin1(type.data(), static_cast<int>(type.size()))
+                .contains(QLatin1String("critical"), Qt::CaseInsensitive)) {
+            return Severity::CriticalWarning;
+        }
+        return Severity::Warning;
+    case impl_detail::Severity::Info:
+    case impl_detail::Severity::CriticalWarning:
+        break;
     }
-    return severity;
+    return Severity::Info;
 }
 
 QString severityName(Severity severity)
