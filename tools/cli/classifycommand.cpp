@@ -1,6 +1,7 @@
 // msgfilter classify: prints each line of tool output the rules recognise, with its
 // severity, rule and fields, in the format asked for.
 
+#include "argumentfiles.h"
 #include "baselinereader.h"
 #include "commandline.h"
 #include "commands.h"
@@ -17,6 +18,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace zefa::msg_filter::tool {
 
@@ -204,11 +206,12 @@ bool loadReview(const Options& options, MessageReview& review)
 
 bool openInput(const QString& name, QFile& file)
 {
+    QString reason;
     const bool opened = name == QLatin1String("-")
-        ? file.open(stdin, QIODevice::ReadOnly)
-        : (file.setFileName(name), file.open(QIODevice::ReadOnly));
+        ? file.open(stdin, QIODevice::ReadOnly) || (reason = file.errorString(), false)
+        : openArgumentFile(file, name, QIODevice::ReadOnly, reason);
     if (!opened) {
-        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(name, file.errorString()));
+        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(name, reason));
     }
     return opened;
 }
@@ -222,10 +225,12 @@ int runClassify(const QStringList& arguments)
     if (!parseOptions(arguments, options, status)) {
         return status;
     }
-    // Every input must be readable before anything is printed.
+    // Every input must be readable before anything is printed. Each is opened once: a FIFO
+    // opened a second time waits for a writer that is gone.
+    std::vector<std::unique_ptr<QFile>> files;
     for (const QString& name : options.inputs) {
-        QFile file;
-        if (name != QLatin1String("-") && !openInput(name, file)) {
+        files.push_back(std::make_unique<QFile>());
+        if (!openInput(name, *files.back())) {
             return kExitFailure;
         }
     }
@@ -264,11 +269,9 @@ int runClassify(const QStringList& arguments)
         }
         writeOutputBytes(output);
     };
-    for (const QString& name : options.inputs) {
-        QFile file;
-        if (!openInput(name, file)) {
-            return kExitFailure;
-        }
+    for (std::size_t index = 0; index < files.size(); ++index) {
+        const QString& name = options.inputs.at(static_cast<int>(index));
+        QFile& file = *files[index];
         const qint64 total = file.isSequential() ? 0 : file.size();
         InputClassifier classifier(rules, *formatter, name, summary);
         classifier.setReview(reviewed ? &review : nullptr);

@@ -1,6 +1,7 @@
 // msgfilter: classify tool output with the library's rules, check rule files and
 // explain how a line is matched.
 
+#include "argumentfiles.h"
 #include "commandline.h"
 #include "commands.h"
 
@@ -38,14 +39,34 @@ QString overview()
     return text;
 }
 
+// A command's exit status, unless its output did not reach standard output: then one
+// line says so and the status is 2, whatever the command found.
+int finished(const char* command, int status)
+{
+    QString reason;
+    if (tool::finishStandardOutput(reason)) {
+        return status;
+    }
+    tool::writeError(QStringLiteral("msgfilter%1%2: cannot write to standard output: %3\n")
+                         .arg(QLatin1String(*command ? " " : ""), QLatin1String(command), reason));
+    return tool::kExitFailure;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
+    if (!tool::standardOutputIsOpen()) {
+        tool::writeError(QStringLiteral("msgfilter: standard output is closed\n"));
+        return tool::kExitFailure;
+    }
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("msgfilter"));
-    QStringList arguments = QCoreApplication::arguments();
-    arguments.removeFirst();
+    // Not QCoreApplication::arguments(): it cannot keep a file name that is not UTF-8.
+    QStringList arguments;
+    for (int index = 1; index < argc; ++index) {
+        arguments.append(tool::argumentText(argv[index]));
+    }
 
     if (arguments.isEmpty()) {
         tool::writeError(overview());
@@ -55,15 +76,15 @@ int main(int argc, char* argv[])
     if (word == QLatin1String("--help") || word == QLatin1String("-h")
         || word == QLatin1String("help")) {
         tool::writeOutput(overview());
-        return tool::kExitSuccess;
+        return finished("", tool::kExitSuccess);
     }
     if (word == QLatin1String("--version")) {
         tool::writeOutput(QStringLiteral("msgfilter " MSGFILTER_TOOL_VERSION "\n"));
-        return tool::kExitSuccess;
+        return finished("", tool::kExitSuccess);
     }
     for (const tool::Command& command : kCommands) {
         if (word == QLatin1String(command.name)) {
-            return command.run(arguments);
+            return finished(command.name, command.run(arguments));
         }
     }
     tool::writeError(

@@ -32,7 +32,7 @@ public:
     InputClassifier(const InputClassifier&) = delete;
     InputClassifier& operator=(const InputClassifier&) = delete;
 
-    /// Classifies every complete line of `chunk`, without its NUL bytes; a trailing
+    /// Classifies every complete line of `chunk`, NUL bytes included; a trailing
     /// partial line waits for the next chunk. Returns the format's output for these
     /// lines.
     QByteArray feed(const QByteArray& chunk);

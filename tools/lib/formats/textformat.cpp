@@ -20,11 +20,11 @@ QByteArray TextFormat::message(const ClassifiedLine& line)
         return {};
     }
     return QStringLiteral("%1:%2: %3 [%4] ")
-               .arg(line.file)
+               .arg(visibleText(line.file))
                .arg(line.number)
                .arg(colored(severityName(line.severity), line.severity, m_color), line.rule)
                .toUtf8()
-        + line.text.toUtf8() + '\n';
+        + visibleText(line.text).toUtf8() + '\n';
 }
 
 QByteArray TextFormat::finish(const ClassificationSummary& summary)
