@@ -4,25 +4,7 @@
 
 #include "fuzzstoresupport.h"
 
-#include <msgfilter/messageobject.h>
-
-#include <QHash>
-
-using zefa::msg_filter::MessageNode;
 using zefa::msg_filter::MessageObject;
-
-// Every message of the object but the tool's, by process, each process in arrival order.
-static QHash<QString, QStringList> describe(MessageObject& object)
-{
-    QHash<QString, QStringList> messages;
-    for (MessageNode* node : object.reloadAllMessages())
-        if (node->getMessageProcess() != QLatin1String("Tool"))
-            messages[node->getMessageProcess()].append(fuzzstore::withLineFeeds(node->getMessageID()
-                + QLatin1Char('|') + node->getMessageSeverity() + QLatin1Char('|')
-                + node->getMessageDynamicData().join(QLatin1Char(',')) + QLatin1Char('|')
-                + node->getMessageNavigationData().join(QLatin1Char(','))));
-    return messages;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
@@ -37,12 +19,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         object.loadProcessMessages(input);
         object.loadProcessMessages(saved); // missing: only takes the path to save to
         object.saveProcessMessages();
-        return describe(object);
+        return fuzzstore::describeLog(object);
     };
     const auto reread = [](const QString& saved) {
         MessageObject object;
         object.loadProcessMessages(saved);
-        return describe(object);
+        return fuzzstore::describeLog(object);
     };
     return fuzzstore::roundTrip(data, size, loadAndSave, reread);
 }

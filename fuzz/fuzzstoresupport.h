@@ -5,11 +5,14 @@
 // file must be well-formed and read back to the same state.
 
 #include <msgfilter/host/host.h>
+#include <msgfilter/messageobject.h>
 
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
+#include <QHash>
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 #include <QXmlStreamReader>
 
@@ -50,6 +53,21 @@ inline QString withLineFeeds(QString text)
     text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
     text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
     return text;
+}
+
+// Every message of the object but the tool's (which a log leaves out), by process, each
+// process in arrival order; id and severity trimmed, as the log keeps them.
+inline QHash<QString, QStringList> describeLog(zefa::msg_filter::MessageObject& object)
+{
+    const QChar separator(0x1f);
+    QHash<QString, QStringList> messages;
+    for (zefa::msg_filter::MessageNode* node : object.reloadAllMessages())
+        if (node->getMessageProcess() != QLatin1String("Tool"))
+            messages[node->getMessageProcess()].append(withLineFeeds(node->getMessageID().trimmed()
+                + separator + node->getMessageSeverity().trimmed() + separator
+                + node->getMessageDynamicData().join(separator) + separator
+                + node->getMessageNavigationData().join(separator)));
+    return messages;
 }
 
 // Runs one input: `loadAndSave(input, saved)` reads the input file into prepared state,

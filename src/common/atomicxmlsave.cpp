@@ -6,31 +6,18 @@
 #include <QSaveFile>
 #include <QXmlStreamWriter>
 
+#include <cstdio>
+
 namespace zefa::msg_filter::impl_detail {
 
 namespace {
 
-// QSaveFile refuses to replace a file that we may not write, although a file we may
-// remove can always be written anew. Such a file is moved aside for the save and either
-// dropped once the new one is in place or moved back when the save fails. Returns the
-// name it was moved to, or an empty string when nothing was moved.
-QString moveAsideIfReadOnly(const QString& path)
-{
-    const QFileInfo previous(path);
-    if (!previous.exists() || previous.isDir() || previous.isWritable())
-        return QString();
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        const QString aside = path + QStringLiteral(".previous-%1").arg(attempt);
-        if (QFileInfo(aside).exists() || QFileInfo(aside).isSymLink())
-            continue;
-        return QFile::rename(path, aside) ? aside : QString();
-    }
-    return QString();
-}
-
 bool writeDocument(const QString& path, const std::function<void(QXmlStreamWriter&)>& writeBody)
 {
     QSaveFile file(path);
+    // A directory we may not write has no room for a temporary file: a file in it that we
+    // may write is then written in place, as a save without a temporary file would.
+    file.setDirectWriteFallback(true);
     if (!file.open(QIODevice::WriteOnly))
         return false;
 
@@ -41,7 +28,8 @@ bool writeDocument(const QString& path, const std::function<void(QXmlStreamWrite
 
     // commit() flushes the last buffered bytes itself but does not notice when that
     // flush fails: it would rename a truncated file over the good one. Flush first and
-    // look at every error there is, and discard the temporary file on any of them.
+    // look at every error there is, and discard the temporary file on any of them (a file
+    // written in place keeps what reached it).
     const bool written = !writer.hasError() && file.error() == QFileDevice::NoError && file.flush()
         && file.error() == QFileDevice::NoError;
     if (!written) {
@@ -52,19 +40,36 @@ bool writeDocument(const QString& path, const std::function<void(QXmlStreamWrite
     return file.commit();
 }
 
+// QSaveFile refuses to replace a file that we may not write, although one that we may
+// remove can be replaced. The document is then saved whole under a free name beside it and
+// only then renamed over it, so that the previous file stays as it was until the new one is
+// complete, whatever ends the process on the way.
+bool replaceReadOnly(const QString& path, const std::function<void(QXmlStreamWriter&)>& writeBody)
+{
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const QString staged = path + QStringLiteral(".saving-%1").arg(attempt);
+        if (QFileInfo(staged).exists() || QFileInfo(staged).isSymLink())
+            continue;
+        if (!writeDocument(staged, writeBody))
+            return false;
+        if (std::rename(QFile::encodeName(staged).constData(), QFile::encodeName(path).constData())
+            == 0)
+            return true;
+        QFile::remove(staged);
+        return false;
+    }
+    return false;
+}
+
 } // namespace
 
 bool saveXmlDocument(const QString& path, const std::function<void(QXmlStreamWriter&)>& writeBody,
     const char* location, int failureLine)
 {
-    const QString aside = moveAsideIfReadOnly(path);
-    const bool saved = writeDocument(path, writeBody);
-    if (!aside.isEmpty()) {
-        if (saved)
-            QFile::remove(aside);
-        else
-            QFile::rename(aside, path);
-    }
+    const QFileInfo previous(path);
+    const bool saved = previous.exists() && !previous.isDir() && !previous.isWritable()
+        ? replaceReadOnly(path, writeBody)
+        : writeDocument(path, writeBody);
     if (!saved)
         qDebug() << "Fail to Writing message file" << location << failureLine;
     return saved;

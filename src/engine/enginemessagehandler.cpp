@@ -175,6 +175,9 @@ void EngineMessageHandler::parseNewMessage(const FieldList& fields, QString& id,
         return;
     }
 
+    // The counts come from the line and may be anything an int holds: their sum is taken
+    // in 64 bits.
+    const long long navigationEnd = static_cast<long long>(dynamicCount) + navigationCount;
     const RegexPattern& argument = argumentExpression();
     int position = 0;
     for (int index = 0;; ++index) {
@@ -185,7 +188,7 @@ void EngineMessageHandler::parseNewMessage(const FieldList& fields, QString& id,
         position = match.position + match.length;
         if (index < dynamicCount) {
             dynamic.append(parseXmlReserved(match.captures.value(1)));
-        } else if (index < dynamicCount + navigationCount) {
+        } else if (index < navigationEnd) {
             navigation.append(parseXmlReserved(match.captures.value(1)));
         }
     }

@@ -1,6 +1,8 @@
 #include "filters/messagefilterreadwrite.h"
 
 #include "common/atomicxmlsave.h"
+#include "common/xmlentitybound.h"
+#include "common/xmlescapedtext.h"
 #include "common/xmlfileopen.h"
 
 #include <QFile>
@@ -50,27 +52,27 @@ bool MessageFilterReadWrite::doWrite(const FilterTable& filters, const QString& 
             for (auto entry = filters.cbegin(); entry != filters.cend(); ++entry) {
                 const MessageFilter::FilterNode* node = entry.value();
                 writer.writeStartElement(kFilterElement);
-                writer.writeAttribute(kNameAttribute, entry.key());
+                writeEscapedAttribute(writer, kNameAttribute, entry.key());
                 if (entry.key() == activeName)
                     writer.writeAttribute(kActiveAttribute, QString());
 
                 writer.writeStartElement(kGeneralElement);
-                writer.writeTextElement(kIdElement,
+                writeEscapedTextElement(writer, kIdElement,
                     node->generalFilter.value(Mask::MaskMessageID).join(kListSeparator));
-                writer.writeTextElement(kSeverityElement,
+                writeEscapedTextElement(writer, kSeverityElement,
                     node->generalFilter.value(Mask::MaskSeverity).join(kListSeparator));
-                writer.writeTextElement(kMilestoneElement,
+                writeEscapedTextElement(writer, kMilestoneElement,
                     node->generalFilter.value(Mask::MaskMilestone).join(kListSeparator));
                 writer.writeEndElement();
 
                 for (MessageNode* record : node->individualFilter) {
                     writer.writeStartElement(kIndividualElement);
-                    writer.writeTextElement(kIdElement, record->getMessageID());
-                    writer.writeTextElement(kSeverityElement, record->getMessageSeverity());
-                    writer.writeTextElement(kMilestoneElement, record->getMessageProcess());
+                    writeEscapedTextElement(writer, kIdElement, record->getMessageID());
+                    writeEscapedTextElement(writer, kSeverityElement, record->getMessageSeverity());
+                    writeEscapedTextElement(writer, kMilestoneElement, record->getMessageProcess());
                     const QStringList dynamicData = record->getMessageDynamicData();
                     for (const QString& value : dynamicData)
-                        writer.writeTextElement(kDynamicElement, value);
+                        writeEscapedTextElement(writer, kDynamicElement, value);
                     writer.writeEndElement();
                 }
                 writer.writeEndElement();
@@ -107,13 +109,12 @@ bool MessageFilterReadWrite::doRead(
     QStringList recordDynamic;
     QVector<MessageNode*> records;
 
-    while (!reader.atEnd()) {
-        reader.readNext();
+    for (readPrologWithinEntityBound(reader); !reader.atEnd(); reader.readNext()) {
         if (reader.isStartElement()) {
             const QStringRef name = reader.name();
             if (name == kFilterElement && !inFilter) {
                 const QXmlStreamAttributes attributes = reader.attributes();
-                filterName = attributes.value(kNameAttribute).toString();
+                filterName = escapedAttributeValue(attributes, kNameAttribute);
                 if (attributes.hasAttribute(kActiveAttribute))
                     activeName = filterName;
                 inFilter = true;
@@ -127,17 +128,17 @@ bool MessageFilterReadWrite::doRead(
                     : name == kMilestoneElement        ? &milestones
                                                        : nullptr;
                 if (list)
-                    *list = reader.readElementText().split(
+                    *list = readEscapedElementText(reader).split(
                         kListSeparator, Qt::SkipEmptyParts, Qt::CaseSensitive);
             } else if (section == Section::Individual) {
                 if (name == kIdElement)
-                    recordId = reader.readElementText().trimmed();
+                    recordId = readEscapedElementText(reader).trimmed();
                 else if (name == kSeverityElement)
-                    recordSeverity = reader.readElementText().trimmed();
+                    recordSeverity = readEscapedElementText(reader).trimmed();
                 else if (name == kMilestoneElement)
-                    recordMilestone = reader.readElementText().trimmed();
+                    recordMilestone = readEscapedElementText(reader).trimmed();
                 else if (name == kDynamicElement)
-                    recordDynamic.append(reader.readElementText());
+                    recordDynamic.append(readEscapedElementText(reader));
             }
         } else if (reader.isEndElement()) {
             const QStringRef name = reader.name();

@@ -1,11 +1,13 @@
 #include "rules/definitiontext.h"
 
+#include "common/xmldocumentcodec.h"
+
 #include <algorithm>
 
 namespace zefa::msg_filter::impl_detail {
 
 DefinitionText::DefinitionText(const QByteArray& data)
-    : m_text(QString::fromUtf8(data))
+    : m_text(decodedXmlDocument(data))
 {
     m_lineStarts.push_back(0);
     for (int i = 0; i < m_text.size(); ++i) {

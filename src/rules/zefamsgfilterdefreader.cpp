@@ -2,6 +2,7 @@
 
 #include "common/latin1.h"
 #include "common/regexpattern.h"
+#include "common/xmlentitybound.h"
 
 #include <msgfilter/host/basesystem.h>
 #include <msgfilter/zefamsgparserengin.h>
@@ -124,8 +125,7 @@ bool ZefaMsgFilterDefReader::doRead(ZefaMsgParserEngin* engine, const QString& f
 
     bool result = true;
     bool foreignRoot = false;
-    while (!atEnd()) {
-        next();
+    for (readPrologWithinEntityBound(*this, [this] { next(); }); !atEnd(); next()) {
         if (isEndElement()) {
             result = true;
             break;

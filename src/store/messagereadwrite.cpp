@@ -1,6 +1,8 @@
 #include "store/messagereadwrite.h"
 
 #include "common/atomicxmlsave.h"
+#include "common/xmlentitybound.h"
+#include "common/xmlescapedtext.h"
 #include "common/xmlfileopen.h"
 
 #include <QFile>
@@ -50,17 +52,18 @@ bool MessageReadWrite::doWrite(const Buffer& buffer)
             writer.writeStartElement(kRootElement);
             for (auto process = buffer.cbegin(); process != buffer.cend(); ++process) {
                 writer.writeStartElement(kTaskElement);
-                writer.writeAttribute(kNameAttribute, process.key());
+                writeEscapedAttribute(writer, kNameAttribute, process.key());
                 for (MessageNode* node : process.value()) {
                     writer.writeStartElement(kMessageElement);
-                    writer.writeTextElement(kIdElement, node->getMessageID().trimmed());
-                    writer.writeTextElement(kSeverityElement, node->getMessageSeverity().trimmed());
+                    writeEscapedTextElement(writer, kIdElement, node->getMessageID().trimmed());
+                    writeEscapedTextElement(
+                        writer, kSeverityElement, node->getMessageSeverity().trimmed());
                     const QStringList dynamicData = node->getMessageDynamicData();
                     for (const QString& value : dynamicData)
-                        writer.writeTextElement(kDynamicElement, value);
+                        writeEscapedTextElement(writer, kDynamicElement, value);
                     const QStringList navigationData = node->getMessageNavigationData();
                     for (const QString& value : navigationData)
-                        writer.writeTextElement(kNavigationElement, value);
+                        writeEscapedTextElement(writer, kNavigationElement, value);
                     writer.writeEndElement();
                 }
                 writer.writeEndElement();
@@ -88,24 +91,23 @@ bool MessageReadWrite::doRead(Buffer& buffer, std::vector<std::unique_ptr<Messag
     QStringList dynamicData;
     QStringList navigationData;
 
-    while (!reader.atEnd()) {
-        reader.readNext();
+    for (readPrologWithinEntityBound(reader); !reader.atEnd(); reader.readNext()) {
         if (reader.isStartElement()) {
             const QStringRef name = reader.name();
             if (name == kTaskElement && !inTask) {
                 inTask = true;
-                processName = reader.attributes().value(kNameAttribute).toString();
+                processName = escapedAttributeValue(reader.attributes(), kNameAttribute);
             } else if (name == kMessageElement && inTask) {
                 inMessage = true;
             } else if (inMessage) {
                 if (name == kIdElement)
-                    messageId = reader.readElementText().trimmed();
+                    messageId = readEscapedElementText(reader).trimmed();
                 else if (name == kSeverityElement)
-                    severity = reader.readElementText().trimmed();
+                    severity = readEscapedElementText(reader).trimmed();
                 else if (name == kDynamicElement)
-                    dynamicData.append(reader.readElementText());
+                    dynamicData.append(readEscapedElementText(reader));
                 else if (name == kNavigationElement)
-                    navigationData.append(reader.readElementText());
+                    navigationData.append(readEscapedElementText(reader));
             }
         } else if (reader.isEndElement()) {
             const QStringRef name = reader.name();

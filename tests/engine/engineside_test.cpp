@@ -198,6 +198,11 @@ TEST_F(Engine, OutputIsCutIntoLinesClassifiedAndDecoded)
             { "S-2|Warning|a<b;c|file.v", "X-5|warning|2nd|1st", "N-2|Info||f.v;9",
                 "N-3|Error||p" },
             {} },
+        { "CountsNearTheIntLimitAddUpWithoutOverflow",
+            { "@msg id=O-1 type=Info dynamic=1 navigation=2147483647 "
+              "args=arg1=\"d\" arg2=\"n1\" arg3=\"n2\"\n"
+              "@msg id=O-2 type=Info dynamic=-2147483648 navigation=-1 args=arg1=\"lost\"\n" },
+            { "O-1|Info|d|n1;n2", "O-2|Info||" }, {} },
         { "EntitiesDecodedAmpersandThird",
             { "@msg id=E type=Info dynamic=6 navigation=0 args=arg1=\"&quot;q&quot;&apos;\" "
               "arg1=\"a&amp;b&lt;x&gt;\" arg1=\"x&#xA;y&#x9;z\" arg1=\"&amp;lt;&amp;#xA;\" "

@@ -84,28 +84,29 @@ def summary_counts(text):
     return total, counts
 
 
-def expected_messages(jsonl):
-    """The messages as the page should show them, read from classify's jsonl on its own:
-    the first tag, number or id field is the id, the first non-empty text field the
-    text (else the whole line), file and line the source."""
-    messages = []
+def expected_messages(log):
+    """The messages as the page should show them, read from the tool's other outputs:
+    place, line and severity from classify's jsonl, id and text from its SARIF (the
+    rule id and the message), the source from the file and line fields."""
+    jsonl = run_tool("classify", "--format", "jsonl", "--rules", ARGS.rules, log).stdout
+    sarif = json.loads(run_tool("classify", "--format", "sarif", "--rules", ARGS.rules,
+                                log).stdout)["runs"][0]["results"]
     # Not splitlines(): a message text may hold U+2028, which it would cut at.
-    for number, line in enumerate(filter(None, jsonl.split("\n")), 1):
-        record = json.loads(line)
+    records = [json.loads(line) for line in jsonl.split("\n") if line]
+    assert len(records) == len(sarif), (len(records), len(sarif))
+    messages = []
+    for number, (record, result) in enumerate(zip(records, sarif), 1):
         fields = {}
         for name, value in record["fields"]:
-            if name == "text" and not value:
-                continue
             fields.setdefault(name, value)
-        message_id = next((fields[name] for name in ("tag", "number", "id") if name in fields), "")
         source = fields.get("file", "")
         if source and int(fields.get("line", "0") or 0) > 0:
             source += ":" + str(int(fields["line"]))
         messages.append({
             "n": number,
             "severity": record["severity"],
-            "id": message_id,
-            "text": fields.get("text", record["text"]),
+            "id": result["ruleId"],
+            "text": result["message"]["text"],
             "source": source,
             "origin": "%s:%d" % (record["file"], record["line"]),
         })
@@ -231,8 +232,7 @@ class ReportBrowserTest(unittest.TestCase):
         for log in self.real_logs():
             with self.subTest(log=os.path.basename(log)):
                 total, counts = summary_counts(run_tool("classify", "--rules", ARGS.rules, log).stdout)
-                expected = expected_messages(
-                    run_tool("classify", "--format", "jsonl", "--rules", ARGS.rules, log).stdout)
+                expected = expected_messages(log)
                 page, path = self.report(os.path.basename(log), log)
                 if "synth" in os.path.basename(log):
                     self.driver.save_screenshot(os.path.join(ARGS.output, "real-log-report.png"))
@@ -255,8 +255,7 @@ class ReportBrowserTest(unittest.TestCase):
 
     def test_filter_toggles_grouping_sorting_and_permalinks_show_the_right_rows(self):
         log = os.path.join(ARGS.realdata, "vivado-gui-e203_7010.log")
-        expected = expected_messages(
-            run_tool("classify", "--format", "jsonl", "--rules", ARGS.rules, log).stdout)
+        expected = expected_messages(log)
         page, _ = self.report("filtering", log)
         page.show_rows("5000")
         cases = [
@@ -329,8 +328,7 @@ class ReportBrowserTest(unittest.TestCase):
         log = os.path.join(directory, "<b>top<i>.log")
         with open(log, "w", encoding="utf-8") as file:
             file.write("\n".join(lines) + "\n")
-        expected = expected_messages(
-            run_tool("classify", "--format", "jsonl", "--rules", ARGS.rules, log).stdout)
+        expected = expected_messages(log)
         page, path = self.report("hostile", log)
         shutil.rmtree(directory)
         with self.assertRaises(NoAlertPresentException):
@@ -343,6 +341,55 @@ class ReportBrowserTest(unittest.TestCase):
             "return ['script', 'img', 'b', 'i'].map((tag) => document.getElementsByTagName(tag).length)")
         self.assertEqual(counts, [2, 0, 0, 0])  # the page's data block and its own script
         self.assertIn("<b>top<i>.log", self.driver.title)
+        self.expect_self_contained(page, path)
+
+    def test_baseline_and_waivers_show_the_tools_new_fixed_and_waived_counts(self):
+        log = os.path.join(ARGS.realdata, "vivado-synth-cnn-accelerator.log")
+        directory = tempfile.mkdtemp(prefix="msgfilter-report-review-")
+        # An earlier run had none of one id and a message this run no longer has.
+        with open(log, encoding="utf-8", errors="surrogateescape") as source:
+            lines = [line for line in source if "Synth 8-6040" not in line]
+        old = os.path.join(directory, "old.log")
+        with open(old, "w", encoding="utf-8", errors="surrogateescape") as out:
+            out.writelines(lines + ["WARNING: [Synth 9-999] a message this run no longer has\n"])
+        baseline = os.path.join(directory, "old.jsonl")
+        with open(baseline, "w", encoding="utf-8") as out:
+            out.write(run_tool("classify", "--format", "jsonl", "--rules", ARGS.rules, old).stdout)
+        # Every message of one id is accepted.
+        accepted = os.path.join(directory, "accepted.jsonl")
+        with open(accepted, "w", encoding="utf-8") as out:
+            out.writelines(line + "\n" for line in run_tool(
+                "classify", "--format", "jsonl", "--rules", ARGS.rules, log).stdout.split("\n")
+                if '"Synth 8-3886"' in line)
+        waivers = os.path.join(directory, "waivers.xml")
+        run_tool("waive", "--by", "id", "-o", waivers, accepted)
+        review = ["--baseline", baseline, "--filters", waivers]
+        text = run_tool("classify", "--rules", ARGS.rules, *review, log).stdout
+        total, counts = summary_counts(text)
+        waived = int(re.search(r"^  (\d+) waived$", text, re.M).group(1))
+        new, known, fixed = map(int, re.search(
+            r"^  (\d+) new, (\d+) known, (\d+) fixed since the baseline$", text, re.M).groups())
+        self.assertGreater(waived, 0)
+        self.assertGreater(new, 0)
+        self.assertGreater(fixed, 0)
+        page, path = self.report("review", *review, log)
+        shutil.rmtree(directory)
+
+        self.assertEqual(page.card("messages"), "{:,}".format(total))
+        for severity in SEVERITIES:
+            self.assertEqual(page.card(CARD_KEYS[severity]), "{:,}".format(counts[severity]))
+        self.assertEqual([page.card(key) for key in ("new", "fixed", "waived")],
+                         [str(new), str(fixed), str(waived)])
+        page.show_rows("5000")
+        self.assertEqual(page.status(), new + known)
+        states = {cells[3] for cells in page.rows()}
+        self.assertEqual(states, {"new", "known"})
+        for name, matching in (("known", new), ("waived", new + waived), ("new", waived)):
+            with self.subTest(toggle=name):
+                self.driver.find_element(By.XPATH, "//div[@id='state-toggles']/button"
+                                         "[starts-with(., '%s ')]" % name).click()
+                page.wait_for_status(matching)
+        self.assertEqual({cells[3] for cells in page.rows()}, {"waived"})
         self.expect_self_contained(page, path)
 
     def test_a_replayed_session_shows_its_processes_and_what_filters_hid_as_waived(self):

@@ -3,6 +3,7 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTextCodec>
 
 #include <string>
 #include <tuple>
@@ -154,6 +155,15 @@ std::string describe(const ZefaMsgParserEngin& engine)
     return out;
 }
 
+// A rule file whose DTD declares `entities` ("name" "value" pairs, or whole declarations)
+// and whose only rule has the type `type`.
+QByteArray entityRules(const QByteArray& entities, const QByteArray& type)
+{
+    return "<!DOCTYPE ZefaMsgFilterDef [" + entities
+        + "]><ZefaMsgFilterDef><FilterRule name=\"r\" type=\"" + type
+        + "\" reg_patten=\"x\"/></ZefaMsgFilterDef>";
+}
+
 TEST(DefinitionReader, FillsTheTablesAsWritten)
 {
     const std::tuple<const char*, QByteArray, bool, std::string> rows[] = {
@@ -197,6 +207,39 @@ TEST(DefinitionReader, FillsTheTablesAsWritten)
   </FilterRule><?processing instruction?> text
 </x:ZefaMsgFilterDef>)",
             true, "t/e: <r>\nrule r [T] x\n sub |S||y|\n" },
+        { "a short entity used often",
+            entityRules("<!ENTITY v 'ab'>", QByteArray("&v;").repeated(3000)), true,
+            "rule r [" + std::string(QByteArray("ab").repeated(3000)) + "] x\n" },
+        { "a long entity used once",
+            entityRules("<!ENTITY long '" + QByteArray(4000, 'b') + "'>", "&long;"), true,
+            "rule r [" + std::string(4000, 'b') + "] x\n" },
+        { "a long entity used once in a declared encoding",
+            "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>"
+                + entityRules("<!ENTITY long '\xe9" + QByteArray(4000, 'b') + "'>", "&long;"),
+            true, "rule r [\xe9" + std::string(4000, 'b') + "] x\n" },
+        { "a long entity used once in UTF-16",
+            QTextCodec::codecForName("UTF-16")->fromUnicode(QString::fromLatin1(
+                entityRules("<!ENTITY long '" + QByteArray(4000, 'b') + "'>", "&long;"))),
+            true, "rule r [" + std::string(4000, 'b') + "] x\n" },
+        { "a long entity used past the bound in UTF-16",
+            QTextCodec::codecForName("UTF-16")->fromUnicode(QString::fromLatin1(entityRules(
+                "<!ENTITY e '" + QByteArray(4000, 'a') + "'>", QByteArray("&e;").repeated(30000)))),
+            false, "" },
+        { "a long entity used past the bound",
+            entityRules(
+                "<!ENTITY e '" + QByteArray(4000, 'a') + "'>", QByteArray("&e;").repeated(30000)),
+            false, "" },
+        { "nested entities",
+            entityRules("<!ENTITY a 'aaaaaaaaaaaaaaaa'><!ENTITY b '&a;&a;&a;&a;&a;&a;&a;&a;'>"
+                        "<!ENTITY c '&b;&b;&b;&b;&b;&b;&b;&b;'><!ENTITY d '&c;&c;&c;&c;'>",
+                QByteArray("&d;").repeated(2000)),
+            false, "" },
+        { "an entity no longer than its reference in an attribute default",
+            entityRules("<!ENTITY v 'ab'><!ATTLIST FilterRule type CDATA '&v;'>", "T"), true,
+            "rule r [T] x\n" },
+        { "a longer entity in an attribute default",
+            entityRules("<!ENTITY v 'abcd'><!ATTLIST FilterRule type CDATA '&v;'>", "T"), false,
+            "" },
     };
     for (const auto& [name, xml, loaded, tables] : rows) {
         SCOPED_TRACE(name);

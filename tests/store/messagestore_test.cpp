@@ -3,6 +3,7 @@
 #include <msgfilter/messagemanager.h>
 
 #include <QSignalSpy>
+#include <QXmlStreamReader>
 
 #include <csignal>
 
@@ -242,60 +243,223 @@ bool saveDocument(const QString& path, bool log, int size)
                : MessageFilterReadWrite(path).doWrite({ { name, &filter } }, name);
 }
 
-// Saves in a child process: under a 4 KiB file-size limit (SIGXFSZ ignored, so that a write
-// beyond it fails with EFBIG) when `limited`; as "nobody" when `unprivileged`, so that
-// permissions hold even for root. Returns 1 when saved, 0 when not, -1 when it cannot run.
-int saveInChild(const QString& path, bool log, int size, bool limited, bool unprivileged)
+// What a save in a child process came to.
+enum class Outcome { CannotRun = -1, NotSaved = 0, Saved = 1, Killed = 2 };
+// A file-size limit of 4 KiB: with SIGXFSZ ignored, a write beyond it fails with EFBIG;
+// by default the process is killed at that write, in the middle of the save.
+enum class Limit { None, FailWrite, KillProcess };
+
+// Saves in a child process, as "nobody" when run as root, so that permissions hold.
+Outcome saveInChild(const QString& path, bool log, int size, Limit limit)
 {
     const pid_t child = fork();
     if (child == 0) {
         const rlimit small { 4096, 4096 };
         const uid_t nobody = 65534;
-        std::signal(SIGXFSZ, SIG_IGN);
-        if ((limited && setrlimit(RLIMIT_FSIZE, &small))
-            || (unprivileged && !getuid()
+        if (limit == Limit::FailWrite)
+            std::signal(SIGXFSZ, SIG_IGN);
+        if ((limit != Limit::None && setrlimit(RLIMIT_FSIZE, &small))
+            || (!getuid()
                 && (setresgid(nobody, nobody, nobody) || setresuid(nobody, nobody, nobody))))
-            _exit(2);
+            _exit(3);
         _exit(saveDocument(path, log, size));
     }
     int status = 0;
-    const bool ran = child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status);
-    return ran && WEXITSTATUS(status) < 2 ? WEXITSTATUS(status) : -1;
+    if (child < 0 || waitpid(child, &status, 0) != child)
+        return Outcome::CannotRun;
+    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGXFSZ)
+        return Outcome::Killed;
+    return WIFEXITED(status) && WEXITSTATUS(status) < 2 ? Outcome(WEXITSTATUS(status))
+                                                        : Outcome::CannotRun;
 }
 
-TEST_F(StoreTest, FailedSaveKeepsThePreviousFile)
+TEST_F(StoreTest, SaveReplacesThePreviousFileOnlyOnceTheNewOneIsComplete)
 {
-    const QFileDevice::Permissions all(0x7077), readOnly(0x4044);
+    using P = QFileDevice::Permissions;
+    const P all(0x7077), readOnly(0x5055), absent;
+    // Name, document size, limit, permissions of the previous file and of its directory,
+    // the outcome, and whether the previous file is then the new document.
+    const std::tuple<const char*, int, Limit, P, P, Outcome, bool> rows[] = {
+        // Below 16 KiB a document fails only in the final flush, which a plain commit misses.
+        { "limit reached in the final flush", 6000, Limit::FailWrite, all, all, Outcome::NotSaved,
+            false },
+        { "limit reached while writing", 80000, Limit::FailWrite, all, all, Outcome::NotSaved,
+            false },
+        { "killed while writing", 80000, Limit::KillProcess, all, all, Outcome::Killed, false },
+        { "read-only previous file replaced", 6000, Limit::None, readOnly, all, Outcome::Saved,
+            true },
+        { "read-only previous file, limit reached", 6000, Limit::FailWrite, readOnly, all,
+            Outcome::NotSaved, false },
+        { "read-only previous file, killed while writing", 80000, Limit::KillProcess, readOnly, all,
+            Outcome::Killed, false },
+        { "writable file in a read-only directory written in place", 6000, Limit::None, all,
+            readOnly, Outcome::Saved, true },
+        { "read-only file in a read-only directory", 6000, Limit::None, readOnly, readOnly,
+            Outcome::NotSaved, false },
+        { "no file in a read-only directory", 6000, Limit::None, absent, readOnly,
+            Outcome::NotSaved, false },
+    };
     for (const bool log : { true, false }) {
-        const auto failLate = [&](const char* name, int size, bool limited, bool isReadOnly,
-                                  int expected) {
+        for (const auto& [name, size, limit, permissions, directory, outcome, replaced] : rows) {
             SCOPED_TRACE(std::string(log ? "log: " : "filters: ") + name);
             QTemporaryDir dir;
             const QString previous = dir.filePath(q("previous"));
-            ASSERT_TRUE(QFile::setPermissions(dir.path(), all)
-                && saveDocument(path("reference"), log, size));
-            ASSERT_TRUE(QFile::copy(fixture("store/truncated_log.xml"), previous));
-            ASSERT_TRUE(QFile::setPermissions(previous, isReadOnly ? readOnly : all));
-            const int saved = saveInChild(previous, log, size, limited, isReadOnly);
-            if (saved < 0)
+            ASSERT_TRUE(saveDocument(path("reference"), log, size));
+            if (permissions != absent) {
+                ASSERT_TRUE(QFile::copy(fixture("store/truncated_log.xml"), previous)
+                    && QFile::setPermissions(previous, permissions));
+            }
+            ASSERT_TRUE(QFile::setPermissions(dir.path(), directory));
+            const Outcome saved = saveInChild(previous, log, size, limit);
+            const QStringList left =
+                QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden);
+            QFile::setPermissions(dir.path(), all);
+            if (saved == Outcome::CannotRun)
                 GTEST_SKIP() << "cannot lower the file-size limit or drop privileges here";
-            EXPECT_EQ(saved, expected);
+            EXPECT_EQ(saved, outcome);
             EXPECT_EQ(readAll(previous),
-                readAll(expected ? path("reference") : fixture("store/truncated_log.xml")));
-            EXPECT_TRUE(
-                expected || (QFile::permissions(previous) & all) == (isReadOnly ? readOnly : all));
-            EXPECT_EQ(
-                QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden),
-                QStringList { q("previous") });
-        };
-        // Below 16 KiB a document fails only in the final flush, which a plain commit misses.
-        failLate("limit reached in the final flush", 6000, true, false, 0);
-        failLate("limit reached while writing", 80000, true, false, 0);
-        failLate("read-only previous file replaced", 6000, false, true, 1);
-        failLate("read-only previous file, limit reached", 6000, true, true, 0);
+                replaced                    ? readAll(path("reference"))
+                    : permissions == absent ? QByteArray("<unreadable>")
+                                            : readAll(fixture("store/truncated_log.xml")));
+            if (!replaced) {
+                EXPECT_EQ(QFile::permissions(previous) & all, permissions);
+            }
+            // A killed save may leave its temporary file behind, never anything else.
+            if (outcome != Outcome::Killed) {
+                EXPECT_EQ(
+                    left, permissions == absent ? QStringList() : QStringList { q("previous") });
+            }
+        }
         const std::string where = log ? "s/messagereadwrite 131" : "s/messagefilterreadwrite 163";
         const auto blocked = [&] { EXPECT_FALSE(saveDocument(path("reference/x"), log, 9)); };
         EXPECT_EQ(debugLines(blocked), Lines { "Fail to Writing message file " + where });
+    }
+}
+
+// True when the file is a well-formed XML document.
+bool wellFormed(const QByteArray& document)
+{
+    QXmlStreamReader reader(document);
+    while (!reader.atEnd())
+        reader.readNext();
+    return !reader.hasError();
+}
+
+TEST_F(StoreTest, CharactersXmlCannotCarrySurviveASaveAndALoad)
+{
+    const QChar nul(0), high(0xD800), low(0xDC00);
+    const std::pair<const char*, QString> rows[] = {
+        { "colour codes", q("\x1b[31mred\x1b[0m") },
+        { "bell, form feed, vertical tab",
+            q("a\x07"
+              "b\x0c"
+              "c\x0b") },
+        { "NUL", QString(nul) + q("x") + nul },
+        { "backslashes beside an escape", q("C:\\u001B\\\\\\x01\\") },
+        { "unpaired surrogates and non-characters",
+            QString(high) + q("a") + low + high + QChar(0xFFFE) + QChar(0xFFFF) },
+        { "a pair reversed, and a pair with a control", QString(low) + high + q("😀\x1f") },
+    };
+    for (const auto& [name, value] : rows) {
+        SCOPED_TRACE(name);
+        const QString log = path("log.xml"), filters = path("filters.xml");
+        MessageNode node(q("I") + value + q("I"), q("S") + value + q("S"), q("P") + value + q("P"),
+            { value, q("plain") }, { value });
+        ASSERT_TRUE(MessageReadWrite(log).doWrite({ { q("P") + value + q("P"), { &node } } }));
+        EXPECT_TRUE(wellFormed(readAll(log)));
+        MessageReadWrite::Buffer read;
+        std::vector<std::unique_ptr<MessageNode>> released;
+        EXPECT_TRUE(MessageReadWrite(log).doRead(read, released));
+        const QVector<MessageNode*> nodes = read.value(q("P") + value + q("P"));
+        ASSERT_EQ(nodes.size(), 1);
+        released.emplace_back(nodes.front());
+        EXPECT_EQ(describe(released.back().get()), describe(&node));
+
+        FilterNode filter { { { MessageFilter::MaskMessageID, { value, q("B") } },
+                                { MessageFilter::MaskSeverity, { q("W") + value } },
+                                { MessageFilter::MaskMilestone, { value } } },
+            { &node } };
+        ASSERT_TRUE(MessageFilterReadWrite(filters).doWrite(
+            { { q("F") + value, &filter } }, q("F") + value));
+        EXPECT_TRUE(wellFormed(readAll(filters)));
+        MessageFilterReadWrite::FilterTable table;
+        QString active;
+        zefa::msg_filter::impl_detail::FilterReadOwnership owned;
+        EXPECT_TRUE(MessageFilterReadWrite(filters).doRead(table, active, owned));
+        for (FilterNode* read : qAsConst(table))
+            owned.filters.emplace_back(read);
+        EXPECT_EQ(active, q("F") + value);
+        ASSERT_EQ(table.keys(), QStringList { q("F") + value });
+        const FilterNode* back = table.value(q("F") + value);
+        EXPECT_EQ(back->generalFilter, filter.generalFilter);
+        ASSERT_EQ(back->individualFilter.size(), 1);
+        EXPECT_EQ(describe(back->individualFilter.front()),
+            describe(&node).substr(0, describe(&node).rfind('(')) + "()");
+    }
+}
+
+TEST_F(StoreTest, EscapedValuesAreMarkedAndOthersWrittenAsBefore)
+{
+    MessageNode node(
+        q("SYN-1"), q("Warning"), q("syn\x1bth"), { q("\x1b[1mC:\\temp"), q("C:\\temp") }, {});
+    ASSERT_TRUE(MessageReadWrite(path("log.xml")).doWrite({ { q("syn\x1bth"), { &node } } }));
+    EXPECT_EQ(readAll(path("log.xml")),
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<ZefaMessageLog>\n"
+        "    <Task name=\"syn\\u001Bth\" escaped=\"\">\n"
+        "        <Message>\n"
+        "            <ID>SYN-1</ID>\n"
+        "            <Severity>Warning</Severity>\n"
+        "            <Dynamic escaped=\"\">\\u001B[1mC:\\\\temp</Dynamic>\n"
+        "            <Dynamic>C:\\temp</Dynamic>\n"
+        "        </Message>\n"
+        "    </Task>\n"
+        "</ZefaMessageLog>");
+}
+
+TEST_F(StoreTest, EntitiesExpandingPastTheBoundAreRefusedLikeMalformedXml)
+{
+    // The DTD of either file, the text of one value, and whether the file is read.
+    const QByteArray longValue(4000, 'b');
+    const std::tuple<const char*, QByteArray, QByteArray, bool> rows[] = {
+        { "a long entity used past the bound", "<!ENTITY e '" + longValue + "'>",
+            QByteArray("&e;").repeated(30000), false },
+        { "a long entity used once", "<!ENTITY e '" + longValue + "'>", "&e;x", true },
+        { "a longer entity in an attribute default",
+            "<!ENTITY e 'abcd'><!ATTLIST Task x CDATA '&e;'>", "&e;", false },
+    };
+    const QString expanded = QString::fromLatin1(longValue) + q("x");
+    for (const auto& [name, entities, text, read] : rows) {
+        SCOPED_TRACE(name);
+        const QByteArray doctype = "<!DOCTYPE r [" + entities + "]><r>";
+        QFile log(path("log.xml")), filters(path("filters.xml"));
+        ASSERT_TRUE(log.open(QIODevice::WriteOnly) && filters.open(QIODevice::WriteOnly));
+        log.write(doctype + "<Task name=\"t\"><Message><ID>" + text + "</ID></Message></Task></r>");
+        filters.write(doctype + "<Filter name=\"f\"><GeneralFilter><ID>" + text
+            + "</ID></GeneralFilter></Filter></r>");
+        log.close();
+        filters.close();
+
+        MessageObject object;
+        object.setCurrentProcess(q("kept"));
+        object.postMessage(QString(), q("K"), {}, {});
+        object.loadProcessMessages(path("log.xml"));
+        Lines messages { "K [] @kept () ()" };
+        if (read)
+            messages.push_back(expanded.toStdString() + " [] @t () ()");
+        EXPECT_EQ(contents(object), messages);
+
+        MessageFilterReadWrite::FilterTable table { { q("previous"), new FilterNode } };
+        QString active;
+        zefa::msg_filter::impl_detail::FilterReadOwnership owned;
+        EXPECT_TRUE(MessageFilterReadWrite(path("filters.xml")).doRead(table, active, owned));
+        for (FilterNode* node : qAsConst(table))
+            owned.filters.emplace_back(node);
+        EXPECT_EQ(table.keys(), read ? QStringList { q("f") } : QStringList());
+        if (read) {
+            EXPECT_EQ(table.value(q("f"))->generalFilter.value(MessageFilter::MaskMessageID),
+                QStringList { expanded });
+        }
     }
 }
 

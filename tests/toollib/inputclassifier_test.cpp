@@ -86,7 +86,7 @@ TEST(InputClassifier, LineNumbersStayRightOverLongInputs)
     EXPECT_EQ(checked, lineCount / 997);
 }
 
-TEST(InputClassifier, ReadsADeviceWithoutItsNulBytesAndReportsProgress)
+TEST(InputClassifier, ReadsADeviceWithItsNulBytesAndReportsProgress)
 {
     QBuffer input;
     input.setData(QByteArray("Warning: a\0b\nnoise\nERROR: last", 30));
@@ -103,7 +103,8 @@ TEST(InputClassifier, ReadsADeviceWithoutItsNulBytesAndReportsProgress)
     EXPECT_EQ(read, 30);
     output += classifier.finish();
     EXPECT_EQ(output.toStdString(),
-        "-:1: Warning [keyword-message] Warning: ab\n-:3: Error [keyword-message] ERROR: last\n");
+        "-:1: Warning [keyword-message] Warning: a\\x00b\n-:3: Error [keyword-message] ERROR: "
+        "last\n");
     EXPECT_EQ(classifier.lines(), 3);
 }
 

@@ -54,8 +54,10 @@ class Formats : public testing::TestWithParam<FormatRow> { };
 TEST_P(Formats, WriteTheMessageAndTheEndExactly)
 {
     const FormatRow& row = GetParam();
+    FormatOptions options;
+    options.color = row.color;
     const std::unique_ptr<MessageFormat> format =
-        makeMessageFormat(QString::fromUtf8(row.format), { row.color });
+        makeMessageFormat(QString::fromUtf8(row.format), options);
     ASSERT_NE(format, nullptr);
     EXPECT_EQ(format->message(sampleLine()).toStdString(), row.message);
     EXPECT_EQ(format->finish(sampleSummary()).toStdString(), row.finish);

@@ -1,12 +1,14 @@
 // msgfilter check-rules: reports, with line and column, everything a rule file loses
 // or can never match.
 
+#include "argumentfiles.h"
 #include "commandline.h"
 #include "commands.h"
 #include "rulechecker.h"
 #include "rulesselection.h"
 
 #include <QFile>
+#include <QTemporaryDir>
 
 namespace zefa::msg_filter::tool {
 
@@ -48,13 +50,20 @@ int runCheckRules(const QStringList& arguments)
         return kExitFailure;
     }
     const QString path = positional.isEmpty() ? defaultRulesPath() : positional.first();
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(path, file.errorString()));
+    QFile file;
+    QString reason;
+    if (!openArgumentFile(file, path, QIODevice::ReadOnly, reason)) {
+        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(path, reason));
+        return kExitFailure;
+    }
+    const QTemporaryDir copies;
+    const QString readable = readableRuleFile(file, path, copies, reason);
+    if (readable.isEmpty()) {
+        reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(path, reason));
         return kExitFailure;
     }
     file.close();
-    const RuleCheck check = checkRules(path);
+    const RuleCheck check = checkRules(readable);
     writeOutput(ruleCheckReport(path, check));
     return check.findings.empty() ? kExitSuccess : kExitFindings;
 }

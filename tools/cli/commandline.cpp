@@ -4,20 +4,48 @@
 
 #include <QSaveFile>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace zefa::msg_filter::tool {
 
 namespace {
 
+// Why standard output first failed to take what was written; 0 while it never did.
+int outputError = 0;
+
 void writeBytes(std::FILE* stream, const QByteArray& bytes)
 {
-    if (!bytes.isEmpty()) {
-        std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
+    if (!bytes.isEmpty()
+        && std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream)
+            != static_cast<size_t>(bytes.size())
+        && stream == stdout && outputError == 0) {
+        outputError = errno;
     }
 }
 
 } // namespace
+
+bool standardOutputIsOpen()
+{
+    return fcntl(STDOUT_FILENO, F_GETFD) != -1 || errno != EBADF;
+}
+
+bool finishStandardOutput(QString& reason)
+{
+    if (std::fflush(stdout) != 0 && outputError == 0) {
+        outputError = errno;
+    }
+    if (outputError == 0 && !std::ferror(stdout)) {
+        return true;
+    }
+    reason = QString::fromLocal8Bit(std::strerror(outputError != 0 ? outputError : EIO));
+    return false;
+}
 
 void writeOutput(const QString& text)
 {

@@ -13,6 +13,14 @@ void writeError(const QString& text);
 /// Writes bytes unchanged to standard output.
 void writeOutputBytes(const QByteArray& bytes);
 
+/// Whether standard output is an open file descriptor at all. With it closed, the first
+/// file the tool opens would take its place and receive its output.
+bool standardOutputIsOpen();
+
+/// Flushes standard output; false, with the reason in `reason`, when anything written to
+/// it did not arrive (a full disk, /dev/full, a closed descriptor).
+bool finishStandardOutput(QString& reason);
+
 /// Reports a failure as the single line "msgfilter COMMAND: MESSAGE" on standard error.
 void reportError(const char* command, const QString& message);
 

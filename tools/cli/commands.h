@@ -24,5 +24,7 @@ int runReport(const QStringList& arguments);
 int runCheckRules(const QStringList& arguments);
 int runExplain(const QStringList& arguments);
 int runSession(const QStringList& arguments);
+int runSummary(const QStringList& arguments);
+int runWaive(const QStringList& arguments);
 
 } // namespace zefa::msg_filter::tool

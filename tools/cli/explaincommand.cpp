@@ -1,6 +1,7 @@
 // msgfilter explain: shows, for one line, what every rule of the engine makes of it,
 // which rule wins, which of its sub-rules fires and what fields it cuts out.
 
+#include "argumentfiles.h"
 #include "commandline.h"
 #include "commands.h"
 #include "lineexplanation.h"
@@ -65,8 +66,8 @@ int runExplain(const QStringList& arguments)
         reportError(kCommand, error);
         return kExitFailure;
     }
-    // Arguments arrive in the locale's encoding; the rules work on the bytes.
-    std::string line = parser.positionalArguments().constFirst().toLocal8Bit().toStdString();
+    // The rules work on the bytes of the line as it was given.
+    std::string line = argumentBytes(parser.positionalArguments().constFirst()).toStdString();
     if (!parser.isSet(noNewline)) {
         line += '\n';
     }

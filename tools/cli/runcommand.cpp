@@ -1,6 +1,7 @@
 // msgfilter run: replays a recorded tool session through the library, on the host
 // substitute, and shows what the host's message view would show.
 
+#include "argumentfiles.h"
 #include "commandline.h"
 #include "commands.h"
 #include "formats/sessionhtmlreport.h"
@@ -139,10 +140,10 @@ int runSession(const QStringList& arguments)
         return kExitFailure;
     }
     const QString sessionPath = parser.positionalArguments().constFirst();
-    QFile session(sessionPath);
-    if (!session.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        reportError(
-            kCommand, QStringLiteral("cannot read %1: %2").arg(sessionPath, session.errorString()));
+    QFile session;
+    QString reason;
+    if (!openArgumentFile(session, sessionPath, QIODevice::ReadOnly | QIODevice::Text, reason)) {
+        reportError(kCommand, QStringLiteral("cannot read %1: %2").arg(sessionPath, reason));
         return kExitFailure;
     }
 

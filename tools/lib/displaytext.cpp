@@ -76,4 +76,20 @@ QString LineDecoder::operator()(const std::string& part) const
     return m_utf8 ? displayText(part) : QString::fromLatin1(part.data(), qtSize(part.size()));
 }
 
+QString visibleText(const QString& text)
+{
+    QString visible;
+    visible.reserve(text.size());
+    for (const QChar character : text) {
+        const ushort code = character.unicode();
+        if ((code < 0x20 && code != '\t') || code == 0x7f) {
+            visible += QLatin1String("\\x")
+                + QString::number(code, 16).toUpper().rightJustified(2, QLatin1Char('0'));
+        } else {
+            visible += character;
+        }
+    }
+    return visible;
+}
+
 } // namespace zefa::msg_filter::tool

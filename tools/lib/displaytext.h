@@ -20,6 +20,11 @@ QString displayText(const std::string& bytes);
 /// explain shows a line and its fields, and as a session file writes a word.
 QString quoted(const QString& text);
 
+/// `text` with the control characters that would act on a terminal (escape sequences,
+/// carriage returns, bells; every C0 character but the tab, and DEL) written as \xHH, so
+/// that a line of a log shows as what it holds.
+QString visibleText(const QString& text);
+
 /// Decodes the parts of one line (its rule's name, its fields) the way the whole line
 /// decodes, so that a field cut out of a Latin-1 line stays Latin-1 even where its own
 /// bytes happen to be valid UTF-8.

@@ -2,8 +2,12 @@
 
 #include "displaytext.h"
 #include "formats/messageformat.h"
+#include "messagedescription.h"
+#include "messagereview.h"
 
 #include <QIODevice>
+
+#include <algorithm>
 
 namespace zefa::msg_filter::tool {
 
@@ -39,22 +43,21 @@ InputClassifier::~InputClassifier() = default;
 
 QByteArray InputClassifier::feed(const QByteArray& chunk)
 {
-    // The filter takes C strings: a NUL byte would end the text early.
-    m_partial.append(QByteArray(chunk).replace('\0', ""));
+    m_partial.append(chunk);
     const int lastLineFeed = m_partial.lastIndexOf('\n');
     if (lastLineFeed < 0) {
         return {};
     }
     const QByteArray complete = m_partial.left(lastLineFeed + 1);
     m_partial.remove(0, lastLineFeed + 1);
-    m_filter.filterMessage(complete.constData());
+    m_filter.filterMessage(complete.constData(), static_cast<std::size_t>(complete.size()));
     return drain();
 }
 
 QByteArray InputClassifier::finish()
 {
     if (!m_partial.isEmpty()) {
-        m_filter.filterMessage(m_partial.constData());
+        m_filter.filterMessage(m_partial.constData(), static_cast<std::size_t>(m_partial.size()));
         m_partial.clear();
     }
     m_filter.endFilter();
@@ -112,11 +115,14 @@ Severity InputClassifier::severityOf(const ZefaMsgFilter::ParsResult& result)
         }
         return severityOfType(type);
     }
-    if (result.type.size() <= ruleType(result.rule).size()) {
+    const std::size_t ruleTypeSize = ruleType(result.rule).size();
+    if (result.type.size() <= ruleTypeSize) {
         ++m_summary.ruleWithoutSubRule;
         return Severity::None;
     }
-    return severityOfType(result.type);
+    // The result's type is "rule type:sub-rule type"; the engine side reads the sub-rule's
+    // type alone, and a rule type holding "error" must not make every line an error.
+    return severityOfType(result.type.substr(ruleTypeSize + 1));
 }
 
 QByteArray InputClassifier::report(const ZefaMsgFilter::ParsResult& result)
@@ -125,12 +131,6 @@ QByteArray InputClassifier::report(const ZefaMsgFilter::ParsResult& result)
     const Severity severity = severityOf(result);
     if (severity == Severity::None) {
         return {};
-    }
-    const auto index = static_cast<size_t>(severity);
-    ++m_summary.bySeverity[index];
-    ++m_summary.byRule[result.rule][index];
-    if (severity > m_summary.highest) {
-        m_summary.highest = severity;
     }
     const LineDecoder decode(withoutLineEnd(result.message));
     ClassifiedLine line;
@@ -143,6 +143,25 @@ QByteArray InputClassifier::report(const ZefaMsgFilter::ParsResult& result)
         line.fields.emplace_back(displayText(name), decode(value));
     }
     line.text = decode.line();
+    describeMessage(line);
+    if (m_review != nullptr) {
+        m_review->review(line);
+    }
+    // A waived line is accepted: it counts nowhere but in the waived count.
+    if (line.waived) {
+        ++m_summary.waived;
+        return m_format.message(line);
+    }
+    const auto index = static_cast<size_t>(severity);
+    ++m_summary.bySeverity[index];
+    ++m_summary.byRule[result.rule][index];
+    m_summary.highest = std::max(m_summary.highest, severity);
+    if (line.baseline == BaselineState::New) {
+        ++m_summary.newMessages;
+        m_summary.highestNew = std::max(m_summary.highestNew, severity);
+    } else if (line.baseline == BaselineState::Known) {
+        ++m_summary.knownMessages;
+    }
     return m_format.message(line);
 }
 

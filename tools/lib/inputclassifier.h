@@ -17,6 +17,7 @@ class QIODevice;
 namespace zefa::msg_filter::tool {
 
 class MessageFormat;
+class MessageReview;
 
 /// Classifies the lines of one input with the selected rules and hands each line the
 /// rules recognise to a format.
@@ -31,7 +32,7 @@ public:
     InputClassifier(const InputClassifier&) = delete;
     InputClassifier& operator=(const InputClassifier&) = delete;
 
-    /// Classifies every complete line of `chunk`, without its NUL bytes; a trailing
+    /// Classifies every complete line of `chunk`, NUL bytes included; a trailing
     /// partial line waits for the next chunk. Returns the format's output for these
     /// lines.
     QByteArray feed(const QByteArray& chunk);
@@ -48,6 +49,10 @@ public:
     /// Lines classified so far.
     long long lines() const { return m_lineNumber; }
 
+    /// Has every recognised line reviewed against waivers and a baseline before it is
+    /// counted and formatted; waived lines are counted apart. Null: no review.
+    void setReview(MessageReview* review) { m_review = review; }
+
 private:
     QByteArray drain();
     const std::string& ruleType(const std::string& rule);
@@ -58,6 +63,7 @@ private:
     MessageFormat& m_format;
     const QString m_name;
     ClassificationSummary& m_summary;
+    MessageReview* m_review = nullptr;
     ZefaMsgFilter m_filter;
     long long m_lineNumber = 0;
     QByteArray m_partial;

@@ -1,5 +1,6 @@
 #include "rulesselection.h"
 
+#include "argumentfiles.h"
 #include "rules/zefamsgfilterdefreader.h"
 
 #include <msgfilter/host/basesystem.h>
@@ -7,6 +8,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 
 namespace zefa::msg_filter::tool {
 
@@ -24,20 +26,31 @@ QString defaultRulesPath()
 bool selectRules(const QString& rulesPath, const QString& target, const QString& engine,
     RulesSelection& selection, QString& error)
 {
+    // Holds a copy of the rule file until the library has read it; the library never
+    // reads the file again once it loaded.
+    const QTemporaryDir copies;
     QString path = defaultRulesPath();
     if (!rulesPath.isEmpty()) {
-        path = QFileInfo(rulesPath).isDir() ? rulesPath + QLatin1Char('/') + kRulesFileName
-                                            : rulesPath;
+        path = isArgumentDirectory(rulesPath) ? rulesPath + QLatin1Char('/') + kRulesFileName
+                                              : rulesPath;
     }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("cannot read rules '%1': %2").arg(path, file.errorString());
+    QFile file;
+    QString reason;
+    if (!openArgumentFile(file, path, QIODevice::ReadOnly, reason)) {
+        error = QStringLiteral("cannot read rules '%1': %2").arg(path, reason);
         return false;
     }
-    file.close();
     if (!rulesPath.isEmpty()) {
-        impl_detail::ZefaMsgFilterDefReader::useDefinitionFile(path);
+        // The library reads the named file itself; a pipe, a FIFO or a name Qt cannot
+        // encode is read once here and the library reads a copy.
+        const QString readable = readableRuleFile(file, path, copies, reason);
+        if (readable.isEmpty()) {
+            error = QStringLiteral("cannot read rules '%1': %2").arg(path, reason);
+            return false;
+        }
+        impl_detail::ZefaMsgFilterDefReader::useDefinitionFile(readable);
     }
+    file.close();
 
     selection.path = path;
     selection.rules = impl_detail::ZefaMsgParserEngin::getMsgParserEngin();

@@ -2,6 +2,7 @@
 
 #include "common/severity.h"
 #include "hostevents.h"
+#include "savefailurewatch.h"
 
 #include <msgfilter/host/host.h>
 #include <msgfilter/msgfilter.h>
@@ -146,25 +147,48 @@ QString SessionReplay::path(const QString& name) const
 
 bool SessionReplay::execute(const QString& line, QString& error)
 {
+    // "output" takes the rest of its line as written, stray quotes and backslashes
+    // included: only its first two words are split.
     QVector<SessionWord> words;
-    if (!splitSessionLine(line, words, error)) {
+    if (!splitSessionLine(line, words, error, 2)) {
+        return false;
+    }
+    if ((words.isEmpty() || words.at(0).text != QLatin1String("output"))
+        && !splitSessionLine(line, words, error)) {
         return false;
     }
     if (words.isEmpty()) {
         return true;
     }
-    const bool done = runCommand(line, words, error);
+    const SaveFailureWatch saves;
+    const bool done = runCommand(line, words, error)
+        && savesSucceeded(words.size() > 1 ? words.at(1).text : QString(), saves.messageLogFailed(),
+            saves.filterFileFailed(), error);
     // Handlers create message objects as tasks start; follow them from then on.
     watchNewObjects();
     return done;
 }
 
+bool SessionReplay::savesSucceeded(
+    const QString& implementation, bool logFailed, bool filterFileFailed, QString& error) const
+{
+    if (logFailed) {
+        error =
+            QStringLiteral("cannot save the message log %1").arg(m_logFiles.value(implementation));
+    } else if (filterFileFailed) {
+        error = QStringLiteral("cannot save the filter file %1")
+                    .arg(m_filterFiles.value(implementation));
+    }
+    return !logFailed && !filterFileFailed;
+}
+
 bool SessionReplay::executeAll(QIODevice& session, int& lineNumber, QString& error)
 {
     lineNumber = 0;
-    while (!session.atEnd()) {
+    // Read until a read brings nothing: atEnd() says nothing useful about a pipe.
+    for (QByteArray bytes = session.readLine(); !bytes.isEmpty(); bytes = session.readLine()) {
         ++lineNumber;
-        QString line = QString::fromLatin1(session.readLine());
+        QString line = QString::fromLatin1(bytes);
         if (line.endsWith(QLatin1Char('\n'))) {
             line.chop(1);
         }
@@ -218,6 +242,7 @@ bool SessionReplay::addImplementation(const Call& call)
         project->addImplementation(call.hostWord(1), host(directory));
     if (call.count() == 3) {
         implementation->setReportFileNames(kFilterReportId, { call.hostWord(3) });
+        m_filterFiles.insert(call.word(1), QDir(directory).filePath(call.word(3)));
     }
     return true;
 }
@@ -292,8 +317,20 @@ bool SessionReplay::publishImplement(const Call& call)
     return true;
 }
 
+// Output or a filter edit for an implementation the session never added (nor started a
+// task of) would reach nothing; it is a mistake in the session, most likely a typo.
+bool SessionReplay::knownImplementation(const Call& call) const
+{
+    return m_implementations.contains(call.word(1))
+        || call.fail(QStringLiteral("unknown implementation \"%1\" (add-implementation first)")
+                         .arg(call.word(1)));
+}
+
 bool SessionReplay::output(const Call& call)
 {
+    if (!knownImplementation(call)) {
+        return false;
+    }
     // The text is the rest of the line as written, after one separating blank.
     const int start = call.words.at(1).end + 1;
     const QString text = start < call.line.size() ? call.line.mid(start) : QString();
@@ -302,6 +339,9 @@ bool SessionReplay::output(const Call& call)
 
 bool SessionReplay::write(const Call& call)
 {
+    if (!knownImplementation(call)) {
+        return false;
+    }
     return publishOutput(call.word(1), call.word(2).toLatin1());
 }
 
@@ -311,13 +351,21 @@ bool SessionReplay::feed(const Call& call)
     if (call.count() == 3 && (!parseInt(call.word(3), chunk) || chunk <= 0)) {
         return call.usage();
     }
+    if (!knownImplementation(call)) {
+        return false;
+    }
     QFile file(path(call.word(2)));
     if (!file.open(QIODevice::ReadOnly)) {
         return call.fail(
             QStringLiteral("cannot read %1: %2").arg(file.fileName(), file.errorString()));
     }
-    while (!file.atEnd()) {
-        publishOutput(call.word(1), file.read(chunk));
+    // Read until a read brings nothing: atEnd() says nothing useful about a pipe.
+    for (QByteArray piece = file.read(chunk); !piece.isEmpty(); piece = file.read(chunk)) {
+        publishOutput(call.word(1), piece);
+    }
+    if (file.error() != QFileDevice::NoError) {
+        return call.fail(
+            QStringLiteral("cannot read %1: %2").arg(file.fileName(), file.errorString()));
     }
     return true;
 }
@@ -331,6 +379,9 @@ bool SessionReplay::publishOutput(const QString& implementation, const QByteArra
 
 bool SessionReplay::saveFilter(const Call& call)
 {
+    if (!knownImplementation(call)) {
+        return false;
+    }
     MessageObject* object = MessageManager::getInstance()->getObject(call.word(1));
     QStringList ids;
     QStringList severities;
@@ -381,12 +432,18 @@ bool SessionReplay::saveFilter(const Call& call)
 
 bool SessionReplay::activateFilter(const Call& call)
 {
+    if (!knownImplementation(call)) {
+        return false;
+    }
     MessageManager::getInstance()->getObject(call.word(1))->setActiveFilter(call.word(2));
     return true;
 }
 
 bool SessionReplay::deleteFilter(const Call& call)
 {
+    if (!knownImplementation(call)) {
+        return false;
+    }
     MessageManager::getInstance()->getObject(call.word(1))->deleteFilter(call.word(2));
     return true;
 }
@@ -412,10 +469,6 @@ bool SessionReplay::saveLog(const Call& call)
             QStringLiteral("%1 has no message log (log-open it first)").arg(call.word(1)));
     }
     MessageManager::getInstance()->getObject(call.word(1))->saveProcessMessages();
-    if (!QFileInfo::exists(m_logFiles.value(call.word(1)))) {
-        return call.fail(QStringLiteral("the message log %1 was not written")
-                             .arg(m_logFiles.value(call.word(1))));
-    }
     return true;
 }
 

@@ -77,7 +77,10 @@ private:
     bool saveLog(const Call& call);
 
     bool runCommand(const QString& line, const QVector<SessionWord>& words, QString& error);
+    bool savesSucceeded(
+        const QString& implementation, bool logFailed, bool filterFileFailed, QString& error) const;
     bool publishOutput(const QString& implementation, const QByteArray& text);
+    bool knownImplementation(const Call& call) const;
     void watchNewObjects();
     void onPlainLine(const QString& line);
     void noteProcess(const QString& implementation, const QString& process);
@@ -99,6 +102,7 @@ private:
     QSet<zefa::msg_filter::MessageObject*> m_watched;
     QStringList m_implementations;
     QHash<QString, QString> m_logFiles;
+    QHash<QString, QString> m_filterFiles;
     QHash<QString, QStringList> m_processOrder;
     QHash<QString, QHash<QString, QString>> m_milestones; // implementation: task to milestone
 };

@@ -11,12 +11,13 @@ bool isBlank(QChar c)
 
 } // namespace
 
-bool splitSessionLine(const QString& line, QVector<SessionWord>& words, QString& error)
+bool splitSessionLine(
+    const QString& line, QVector<SessionWord>& words, QString& error, int wordLimit)
 {
     words.clear();
     int position = 0;
     const int length = line.size();
-    while (true) {
+    while (wordLimit < 0 || words.size() < wordLimit) {
         while (position < length && isBlank(line.at(position))) {
             ++position;
         }
@@ -72,6 +73,7 @@ bool splitSessionLine(const QString& line, QVector<SessionWord>& words, QString&
         word.end = position;
         words.append(word);
     }
+    return true;
 }
 
 } // namespace zefa::msg_filter::tool

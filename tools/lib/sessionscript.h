@@ -19,7 +19,9 @@ struct SessionWord {
 /// them \" \\ \n \r \t are escapes. Outside quotes a backslash is an ordinary character.
 /// A line whose first word begins with '#' is a comment and gives no words.
 /// Returns false, with the reason in `error`, for an unterminated quote or an unknown
-/// escape.
-bool splitSessionLine(const QString& line, QVector<SessionWord>& words, QString& error);
+/// escape. With a `wordLimit` of 0 or more, splitting stops after that many words and the
+/// rest of the line is not looked at.
+bool splitSessionLine(
+    const QString& line, QVector<SessionWord>& words, QString& error, int wordLimit = -1);
 
 } // namespace zefa::msg_filter::tool

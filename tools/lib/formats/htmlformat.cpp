@@ -1,43 +1,42 @@
 #include "htmlformat.h"
 
+#include "messagereview.h"
+
 namespace zefa::msg_filter::tool {
 
-HtmlFormat::HtmlFormat(ReportRun run)
+namespace {
+
+ReportMessage reportMessage(const ClassifiedLine& line)
+{
+    ReportMessage message;
+    message.severity = severityName(line.severity);
+    message.id = line.id;
+    message.text = line.message;
+    message.sourceFile = line.sourceFile;
+    message.sourceLine = line.sourceLine;
+    message.origin = line.file;
+    message.originLine = line.number;
+    if (line.waived) {
+        message.state = QStringLiteral("waived");
+    } else if (line.baseline == BaselineState::New) {
+        message.state = QStringLiteral("new");
+    } else if (line.baseline == BaselineState::Known) {
+        message.state = QStringLiteral("known");
+    }
+    return message;
+}
+
+} // namespace
+
+HtmlFormat::HtmlFormat(ReportRun run, const MessageReview* review)
     : m_run(std::move(run))
+    , m_review(review)
 {
 }
 
 QByteArray HtmlFormat::message(const ClassifiedLine& line)
 {
-    ReportMessage message;
-    message.severity = severityName(line.severity);
-    message.origin = line.file;
-    message.originLine = line.number;
-    bool hasId = false;
-    bool hasText = false;
-    bool hasFile = false;
-    bool hasLine = false;
-    for (const auto& [name, value] : line.fields) {
-        if (!hasId
-            && (name == QLatin1String("tag") || name == QLatin1String("number")
-                || name == QLatin1String("id"))) {
-            message.id = value;
-            hasId = true;
-        } else if (!hasText && name == QLatin1String("text") && !value.isEmpty()) {
-            message.text = value;
-            hasText = true;
-        } else if (!hasFile && name == QLatin1String("file")) {
-            message.sourceFile = value;
-            hasFile = true;
-        } else if (!hasLine && name == QLatin1String("line")) {
-            message.sourceLine = value.toLongLong();
-            hasLine = true;
-        }
-    }
-    if (!hasText) {
-        message.text = line.text;
-    }
-    m_report.add(message);
+    m_report.add(reportMessage(line));
     return {};
 }
 
@@ -49,6 +48,13 @@ QByteArray HtmlFormat::finish(const ClassificationSummary& summary)
         run.details.append({ QStringLiteral("Not classified"),
             QStringLiteral("%1 lines fit a rule but none of its sub-rules")
                 .arg(summary.ruleWithoutSubRule) });
+    }
+    if (m_review != nullptr) {
+        run.baseline = m_review->hasBaseline();
+        run.waivers = m_review->hasWaivers();
+        for (const ClassifiedLine& line : m_review->fixed()) {
+            run.fixed.append(reportMessage(line));
+        }
     }
     return m_report.page(run);
 }

@@ -5,23 +5,23 @@
 
 namespace zefa::msg_filter::tool {
 
-/// The report page of a classification: keeps every message and writes the whole page
-/// in `finish`.
-///
-/// A message's id is the first tag, number or id field the rule cut out, its text the
-/// first non-empty text field (the whole line when there is none), and the place it
-/// points to the file and line fields.
+class MessageReview;
+
+/// The report page of a classification: keeps every message, waived ones included,
+/// and writes the whole page in `finish`.
 class HtmlFormat : public MessageFormat {
 public:
     /// `run` describes the run; `finish` puts the number of lines read before its
-    /// subtitle ("classified with ...").
-    explicit HtmlFormat(ReportRun run);
+    /// subtitle ("classified with ..."). `review`, when there is one, gives the page
+    /// its baseline, its fixed messages and its waivers.
+    HtmlFormat(ReportRun run, const MessageReview* review);
 
     QByteArray message(const ClassifiedLine& line) override;
     QByteArray finish(const ClassificationSummary& summary) override;
 
 private:
     ReportRun m_run;
+    const MessageReview* m_review;
     HtmlReport m_report;
 };
 

@@ -5,7 +5,8 @@
 namespace zefa::msg_filter::tool {
 
 /// One compact JSON object per message (file, line, severity, rule, type, fields as
-/// [name, value] pairs, text) and nothing else.
+/// [name, value] pairs, text, and against a baseline "new" or "known") and nothing
+/// else. Waived messages are left out.
 class JsonlFormat : public MessageFormat {
 public:
     explicit JsonlFormat(const FormatOptions& options);

@@ -1,6 +1,7 @@
 #include "messageformat.h"
 
 #include "jsonlformat.h"
+#include "reportformat.h"
 #include "textformat.h"
 
 namespace zefa::msg_filter::tool {
@@ -17,9 +18,18 @@ template <class Format> std::unique_ptr<MessageFormat> make(const FormatOptions&
     return std::make_unique<Format>(options);
 }
 
+template <ReportKind Kind> std::unique_ptr<MessageFormat> makeReport(const FormatOptions& options)
+{
+    return std::make_unique<ReportFormat>(Kind, options);
+}
+
 constexpr FormatRow kFormats[] = {
     { "text", make<TextFormat> },
     { "jsonl", make<JsonlFormat> },
+    { "sarif", makeReport<ReportKind::Sarif> },
+    { "github", makeReport<ReportKind::Github> },
+    { "codequality", makeReport<ReportKind::CodeQuality> },
+    { "junit", makeReport<ReportKind::Junit> },
 };
 
 const FormatRow* findFormat(const QString& name)
@@ -45,6 +55,11 @@ std::unique_ptr<MessageFormat> makeMessageFormat(const QString& name, const Form
 {
     const FormatRow* row = findFormat(name);
     return row == nullptr ? nullptr : row->make(options);
+}
+
+std::unique_ptr<MessageFormat> makeSummaryFormat(const FormatOptions& options)
+{
+    return makeReport<ReportKind::Summary>(options);
 }
 
 } // namespace zefa::msg_filter::tool

@@ -1,9 +1,13 @@
 #pragma once
 
 #include "classification.h"
+#include "failurepolicy.h"
+#include "messagesummary.h"
+#include "sourceuri.h"
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -22,16 +26,31 @@ public:
     virtual QByteArray finish(const ClassificationSummary& summary) = 0;
 };
 
+class MessageReview;
+
 /// What every format may be told.
 struct FormatOptions {
     bool color = false; ///< colour severities with ANSI escapes
+    QString toolVersion; ///< for reports that name the tool
+    SourceUri paths { QString(), QString() }; ///< how reports write file and log paths
+    QStringList inputs; ///< every input, in order, for reports with a part per input
+    FailurePolicy policy; ///< what fails the run, for reports that show failures
+    /// The waivers and the baseline of the run, when there are any; its fixed messages
+    /// are complete when finish() is called.
+    const MessageReview* review = nullptr;
+    QString waiverJustification; ///< why waived messages are left out
+    MessageSummary::GroupBy summaryGrouping = MessageSummary::GroupBy::Id;
 };
 
 /// Whether a format of that name exists.
 bool isMessageFormat(const QString& name);
 
-/// The format of that name ("text", "jsonl", ...), or null for an unknown name. To add
+/// The format of that name ("text", "jsonl", "sarif", "github", "codequality", "junit"),
+/// or null for an unknown name. To add
 /// a format, give it a file in this folder and a row in the table of messageformat.cpp.
 std::unique_ptr<MessageFormat> makeMessageFormat(const QString& name, const FormatOptions& options);
+
+/// The message summary as a format, grouped as the options say.
+std::unique_ptr<MessageFormat> makeSummaryFormat(const FormatOptions& options);
 
 } // namespace zefa::msg_filter::tool

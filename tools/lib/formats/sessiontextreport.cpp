@@ -1,6 +1,7 @@
 #include "sessiontextreport.h"
 
 #include "ansicolor.h"
+#include "displaytext.h"
 #include "severity.h"
 
 #include <msgfilter/msgfilter.h>
@@ -31,15 +32,15 @@ void writeSessionText(QTextStream& out, const SessionReport& report, bool color)
         out << "  " << process.process << '\n';
         for (const SessionEntry& entry : process.entries) {
             if (entry.node == nullptr) {
-                out << "    " << QString(8 + 1 + idWidth + 2, QLatin1Char(' ')) << entry.plain
-                    << '\n';
+                out << "    " << QString(8 + 1 + idWidth + 2, QLatin1Char(' '))
+                    << visibleText(entry.plain) << '\n';
             } else if (entry.visible) {
                 const QString severityWord = entry.node->getMessageSeverity();
                 Severity severity = Severity::None;
                 parseSeverity(severityWord, severity);
                 out << "    " << colored(severityWord.leftJustified(8), severity, color) << ' '
                     << entry.node->getMessageID().leftJustified(idWidth) << "  "
-                    << messageText(entry.node) << '\n';
+                    << visibleText(messageText(entry.node)) << '\n';
             }
         }
     }

@@ -2,6 +2,7 @@
 
 #include "ansicolor.h"
 #include "displaytext.h"
+#include "messagereview.h"
 
 #include <algorithm>
 
@@ -9,17 +10,21 @@ namespace zefa::msg_filter::tool {
 
 TextFormat::TextFormat(const FormatOptions& options)
     : m_color(options.color)
+    , m_review(options.review)
 {
 }
 
 QByteArray TextFormat::message(const ClassifiedLine& line)
 {
+    if (line.waived) {
+        return {};
+    }
     return QStringLiteral("%1:%2: %3 [%4] ")
-               .arg(line.file)
+               .arg(visibleText(line.file))
                .arg(line.number)
                .arg(colored(severityName(line.severity), line.severity, m_color), line.rule)
                .toUtf8()
-        + line.text.toUtf8() + '\n';
+        + visibleText(line.text).toUtf8() + '\n';
 }
 
 QByteArray TextFormat::finish(const ClassificationSummary& summary)
@@ -59,6 +64,15 @@ QByteArray TextFormat::finish(const ClassificationSummary& summary)
     if (summary.ruleWithoutSubRule > 0) {
         text += QStringLiteral("  %1 lines fit a rule but none of its sub-rules\n")
                     .arg(summary.ruleWithoutSubRule);
+    }
+    if (m_review != nullptr && m_review->hasWaivers()) {
+        text += QStringLiteral("  %1 waived\n").arg(summary.waived);
+    }
+    if (m_review != nullptr && m_review->hasBaseline()) {
+        text += QStringLiteral("  %1 new, %2 known, %3 fixed since the baseline\n")
+                    .arg(summary.newMessages)
+                    .arg(summary.knownMessages)
+                    .arg(m_review->fixed().size());
     }
     return text.toUtf8();
 }

@@ -5,7 +5,8 @@
 namespace zefa::msg_filter::tool {
 
 /// "FILE:LINE: Severity [rule] text" per message, then counts per severity and per
-/// rule.
+/// rule, and, when there are waivers or a baseline, what they left out or found new.
+/// Waived messages are left out of the lines and the counts.
 class TextFormat : public MessageFormat {
 public:
     explicit TextFormat(const FormatOptions& options);
@@ -15,6 +16,7 @@ public:
 
 private:
     bool m_color;
+    const MessageReview* m_review;
 };
 
 } // namespace zefa::msg_filter::tool
