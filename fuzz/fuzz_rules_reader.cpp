@@ -3,6 +3,10 @@
 //
 // Beyond crashes and sanitizer findings it checks what a load promises: a failed load
 // leaves both tables empty and every look-up null; a successful one hands out the tables.
+// A second read of the same file with a diagnostics listener must load exactly the same,
+// and say why a failed load failed.
+
+#include "rules/zefamsgfilterdefreader.h"
 
 #include <msgfilter/zefamsgparserengin.h>
 
@@ -10,6 +14,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -39,6 +44,59 @@ void require(bool condition)
     }
 }
 
+// Everything a load put into the tables, in one string.
+std::string contents(const ZefaMsgParserEngin& engine)
+{
+    std::string out;
+    for (const auto& [targetName, target] : engine.getTargets()) {
+        for (const auto& [engineName, parser] : target.getEngines()) {
+            out += "E " + targetName + "/" + engineName;
+            for (const std::string& rule : parser.getRuleNames()) {
+                out += " " + rule;
+            }
+            out += '\n';
+        }
+    }
+    for (const auto& [name, rule] : engine.getRules()) {
+        out += "R " + name + " " + rule.getType() + " " + rule.getRegPatten() + '\n';
+        for (const ZefaMsgParserRule::SubRule& sub : rule.getSubRules()) {
+            out += "S " + sub.name + " " + sub.type + " " + sub.id + " " + sub.reg_patten;
+            for (const std::string& field : sub.fields) {
+                out += " " + field;
+            }
+            out += '\n';
+        }
+    }
+    return out;
+}
+
+// Reads the file again with a listener: the same outcome and tables, one diagnostic per
+// element with a place for each attribute, and a file-level reason exactly when the load
+// failed, as the last word.
+void checkDiagnostics(const QString& path, bool loaded, const std::string& loadedContents)
+{
+    using Reason = DefinitionDiagnostic::Reason;
+    ZefaMsgParserEngin engine;
+    ZefaMsgFilterDefReader reader;
+    std::vector<Reason> reasons;
+    reader.setDiagnostics([&reasons](const DefinitionDiagnostic& diagnostic) {
+        reasons.push_back(diagnostic.reason);
+        require(diagnostic.attributePositions.size()
+            == static_cast<std::size_t>(diagnostic.attributes.size()));
+        require(diagnostic.reason == Reason::XmlError || !diagnostic.element.isEmpty());
+        require((diagnostic.reason == Reason::MissingAttributes) == !diagnostic.missing.isEmpty());
+    });
+    require(reader.doRead(&engine, path) == loaded);
+    if (loaded) {
+        require(contents(engine) == loadedContents);
+    }
+    const auto fileLevel = [](Reason reason) {
+        return reason == Reason::XmlError || reason == Reason::ForeignRoot;
+    };
+    const auto firstFileLevel = std::find_if(reasons.begin(), reasons.end(), fileLevel);
+    require(loaded ? firstFileLevel == reasons.end() : firstFileLevel == reasons.end() - 1);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
@@ -61,6 +119,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ZefaMsgParserEngin engine;
     const bool loaded = engine.loadFilterRules();
     require(loaded == engine.isInitialized());
+    checkDiagnostics(
+        dataDirectory->filePath(QStringLiteral("enginemsg.xml")), loaded, contents(engine));
     if (!loaded) {
         require(engine.getTargets().empty() && engine.getRules().empty());
         require(engine.getTarget("fpga") == nullptr && engine.getRule("new-message") == nullptr);

@@ -44,10 +44,14 @@ struct DefinitionDiagnostic {
     Reason reason = Reason::Kept;
     QString element; ///< the element's name; empty for XmlError
     QString parent; ///< the enclosing element's name; empty for the root
-    TextPosition at; ///< where the element's start tag begins ("<")
+    /// Where the element's start tag begins ("<"). A root element with no XML declaration
+    /// before it is placed where the next tag begins: the XML reader has read past it
+    /// before handing it over.
+    TextPosition at;
     QXmlStreamAttributes attributes; ///< the element's attributes, as written
     /// Where each attribute's name is written, in the order of `attributes`; the start
-    /// tag's position for one the reader cannot find in the text.
+    /// tag's position for one the reader cannot find in the text (a prefixed name, since
+    /// it looks for the local name after white space).
     std::vector<TextPosition> attributePositions;
     QStringList missing; ///< MissingAttributes: the required attributes absent, in order
     TextPosition first; ///< DuplicateName: the first element of that name

@@ -343,8 +343,8 @@ DefinitionDiagnostic ZefaMsgFilterDefReader::describeElement(
     diagnostic.at = m_text.startTagPosition(m_tokenStart);
     diagnostic.attributes = attributes();
     for (const QXmlStreamAttribute& attribute : diagnostic.attributes) {
-        diagnostic.attributePositions.push_back(m_text.attributePosition(
-            attribute.qualifiedName().toString(), m_tokenStart, characterOffset()));
+        diagnostic.attributePositions.push_back(
+            m_text.attributePosition(attribute.name().toString(), m_tokenStart, characterOffset()));
     }
     if (reason == DefinitionDiagnostic::Reason::MissingAttributes) {
         const std::vector<QLatin1String> required = diagnostic.element == kSubRuleElement

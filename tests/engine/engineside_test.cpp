@@ -16,7 +16,6 @@
 #include <list>
 #include <optional>
 #include <random>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>

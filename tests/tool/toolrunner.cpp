@@ -1,7 +1,9 @@
 #include "toolrunner.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -59,6 +61,20 @@ QStringList logs(bool real)
              { QStringLiteral("*.log"), QStringLiteral("*.rpt") }, QDir::Files, QDir::Name)) {
         files.append(directory.absoluteFilePath(name));
     }
+    return files;
+}
+
+QStringList corpusLogs()
+{
+    QStringList files;
+    QDirIterator found(testData("logs"), QDir::Files, QDirIterator::Subdirectories);
+    while (found.hasNext()) {
+        const QString file = found.next();
+        if (!QFileInfo(file).fileName().startsWith(QLatin1String("SOURCES"))) {
+            files.append(file);
+        }
+    }
+    files.sort();
     return files;
 }
 

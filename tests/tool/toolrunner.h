@@ -34,6 +34,8 @@ QString defaultRules();
 /// The real tool logs (none when their directory is missing), or the logs written for
 /// these tests in the same formats.
 QStringList logs(bool real);
+/// The real-log corpus under tests/data/logs/, one folder per toolchain.
+QStringList corpusLogs();
 QByteArray readAll(const QString& path);
 void writeFile(const QString& path, const QByteArray& bytes);
 /// Lines as the tool counts them: cut at line feeds, which go; a last line without a

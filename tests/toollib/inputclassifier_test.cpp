@@ -62,7 +62,7 @@ TEST_P(PieceSizes, GiveTheSameOutputAsTheWholeInput)
 
 INSTANTIATE_TEST_SUITE_P(Bytes, PieceSizes, testing::Values(1, 2, 7, 64, 4096));
 
-TEST(InputClassifier, LineNumbersStayRightWhenAFreshFilterTakesOver)
+TEST(InputClassifier, LineNumbersStayRightOverLongInputs)
 {
     // Every 997th line is a message that names its own line number.
     const int lineCount = 150000;

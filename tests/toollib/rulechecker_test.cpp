@@ -3,7 +3,9 @@
 
 #include "rulechecker.h"
 
+#include <QFile>
 #include <QStringList>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -16,6 +18,17 @@ QByteArray nested(const char* name, int depth)
     const QByteArray open = '<' + QByteArray(name) + '>';
     const QByteArray close = "</" + QByteArray(name) + '>';
     return open.repeated(depth) + close.repeated(depth);
+}
+
+// Checks `document` as a rule file.
+RuleCheck checkDocument(const QByteArray& document)
+{
+    QTemporaryDir directory;
+    QFile file(directory.filePath(QStringLiteral("rules.xml")));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(document);
+    file.close();
+    return checkRules(file.fileName());
 }
 
 const QByteArray kRules = "<TargetDevice name=\"fpga\"><Engine name=\"default\">"
@@ -56,7 +69,7 @@ class Nesting : public testing::TestWithParam<NestingRow> { };
 TEST_P(Nesting, ReportsEachIgnoredElementOnceAtAnyDepthAndReadsOn)
 {
     const NestingRow& row = GetParam();
-    const RuleCheck check = checkRules(row.document);
+    const RuleCheck check = checkDocument(row.document);
     QStringList findings;
     for (const RuleFinding& finding : check.findings) {
         findings.append(QStringLiteral("%1:%2 %3")
@@ -80,10 +93,10 @@ INSTANTIATE_TEST_SUITE_P(Rows, Nesting,
 
 TEST(RuleCheckReport, CountsWhatACleanFileDefinesOrTheFindings)
 {
-    const RuleCheck clean = checkRules("<ZefaMsgFilterDef>" + kRules + "</ZefaMsgFilterDef>");
+    const RuleCheck clean = checkDocument("<ZefaMsgFilterDef>" + kRules + "</ZefaMsgFilterDef>");
     EXPECT_EQ(ruleCheckReport(QStringLiteral("r.xml"), clean).toStdString(),
         "r.xml: no findings (1 targets, 1 engines, 1 rules, 1 sub-rules)\n");
-    const RuleCheck one = checkRules("<?xml version=\"1.0\"?>\n<Other/>");
+    const RuleCheck one = checkDocument("<?xml version=\"1.0\"?>\n<Other/>");
     EXPECT_EQ(ruleCheckReport(QStringLiteral("r.xml"), one).toStdString(),
         "r.xml:2:1: the root element is 'Other', not 'ZefaMsgFilterDef': the library loads "
         "nothing from this file\nr.xml: 1 finding\n");

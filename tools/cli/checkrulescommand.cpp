@@ -53,7 +53,8 @@ int runCheckRules(const QStringList& arguments)
         reportError(kCommand, QStringLiteral("cannot read '%1': %2").arg(path, file.errorString()));
         return kExitFailure;
     }
-    const RuleCheck check = checkRules(file.readAll());
+    file.close();
+    const RuleCheck check = checkRules(path);
     writeOutput(ruleCheckReport(path, check));
     return check.findings.empty() ? kExitSuccess : kExitFindings;
 }

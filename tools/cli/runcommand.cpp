@@ -128,9 +128,12 @@ int runSession(const QStringList& arguments)
         return kExitFailure;
     }
 
-    // The catalogue reads its entries from the data directory at first use: before
-    // --rules may point the data directory elsewhere.
+    // The catalogue's file, read at its first use, spoils every message it would have
+    // described: say so before anything else.
     reportCatalogueProblems();
+    // Nothing here reads the catalogue's journal of calls; a long session would only
+    // pile it up.
+    zefa::pelno::MsgCatalogue::instance().setJournalEnabled(false);
 
     // The rules are loaded before the first handler asks for them; the engine side
     // classifies with the "fpga" target and its engines.

@@ -24,7 +24,7 @@ struct ClassifiedLine {
 };
 
 /// Counts indexed by Severity.
-using SeverityCounts = std::array<long long, 4>;
+using SeverityCounts = std::array<long long, 5>;
 
 /// What all inputs of one classification held, for summaries and the exit status.
 struct ClassificationSummary {

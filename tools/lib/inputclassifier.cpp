@@ -11,9 +11,6 @@ namespace {
 
 // Input is read, and handed to the filter, in pieces of this size.
 constexpr qint64 kChunkBytes = 256 * 1024;
-// The filter keeps every result it ever produced; a fresh filter takes over after
-// this many lines so that memory stays flat on long inputs.
-constexpr size_t kLinesPerFilter = 50000;
 
 // The line as the user sees it: without its line feed or a carriage return before it.
 std::string withoutLineEnd(const std::string& line)
@@ -34,7 +31,8 @@ InputClassifier::InputClassifier(const RulesSelection& rules, MessageFormat& for
     , m_name(std::move(name))
     , m_summary(summary)
 {
-    renewFilter();
+    m_filter.startFilter(m_rules.targetName.c_str());
+    m_filter.startEngin(m_rules.engineName.c_str());
 }
 
 InputClassifier::~InputClassifier() = default;
@@ -49,22 +47,17 @@ QByteArray InputClassifier::feed(const QByteArray& chunk)
     }
     const QByteArray complete = m_partial.left(lastLineFeed + 1);
     m_partial.remove(0, lastLineFeed + 1);
-    m_filter->filterMessage(complete.constData());
-    QByteArray output = drain();
-    // The filter holds no partial line now, so a fresh one goes on seamlessly.
-    if (m_consumed >= kLinesPerFilter) {
-        renewFilter();
-    }
-    return output;
+    m_filter.filterMessage(complete.constData());
+    return drain();
 }
 
 QByteArray InputClassifier::finish()
 {
     if (!m_partial.isEmpty()) {
-        m_filter->filterMessage(m_partial.constData());
+        m_filter.filterMessage(m_partial.constData());
         m_partial.clear();
     }
-    m_filter->endFilter();
+    m_filter.endFilter();
     return drain();
 }
 
@@ -82,21 +75,13 @@ void InputClassifier::feedAll(QIODevice& input,
     }
 }
 
-void InputClassifier::renewFilter()
-{
-    m_filter = std::make_unique<ZefaMsgFilter>();
-    m_filter->startFilter(m_rules.targetName.c_str());
-    m_filter->startEngin(m_rules.engineName.c_str());
-    m_consumed = 0;
-}
-
+// Takes the results over from the filter, so that memory stays flat on long inputs.
 QByteArray InputClassifier::drain()
 {
     QByteArray output;
-    const std::deque<ZefaMsgFilter::ParsResult>& results = m_filter->getResults();
-    for (; m_consumed < results.size(); ++m_consumed) {
+    for (const ZefaMsgFilter::ParsResult& result : m_filter.takeResults()) {
         ++m_lineNumber;
-        output += report(results[m_consumed]);
+        output += report(result);
     }
     return output;
 }

@@ -10,7 +10,6 @@
 
 #include <functional>
 #include <map>
-#include <memory>
 #include <string>
 
 class QIODevice;
@@ -50,7 +49,6 @@ public:
     long long lines() const { return m_lineNumber; }
 
 private:
-    void renewFilter();
     QByteArray drain();
     const std::string& ruleType(const std::string& rule);
     Severity severityOf(const ZefaMsgFilter::ParsResult& result);
@@ -60,8 +58,7 @@ private:
     MessageFormat& m_format;
     const QString m_name;
     ClassificationSummary& m_summary;
-    std::unique_ptr<ZefaMsgFilter> m_filter;
-    size_t m_consumed = 0;
+    ZefaMsgFilter m_filter;
     long long m_lineNumber = 0;
     QByteArray m_partial;
     std::map<std::string, std::string> m_ruleTypes;

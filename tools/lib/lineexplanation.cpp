@@ -14,8 +14,6 @@ namespace zefa::msg_filter::tool {
 
 namespace {
 
-using impl_detail::LineMatch;
-using impl_detail::RuleSpan;
 using impl_detail::ZefaMsgParserRule;
 
 struct RuleRow {
@@ -75,13 +73,14 @@ QString explainLine(const RulesSelection& rules, const std::string& line)
         row.name = name;
         row.rule = rules.rules->getRule(name);
         if (row.rule != nullptr) {
-            const RuleSpan span = impl_detail::matchRule(*row.rule, line);
+            const impl_detail::RuleSpan span = impl_detail::matchRule(*row.rule, line);
             row.position = span.position;
             row.length = span.length;
         }
         rows.push_back(row);
     }
-    const LineMatch found = impl_detail::matchLine(rules.rules, rules.engine, line);
+    // The engine's own decision: the chosen rule, the sub-rule that fired and its fields.
+    const impl_detail::LineMatch found = impl_detail::matchLine(rules.rules, rules.engine, line);
     const ZefaMsgParserRule* chosen = found.rule;
     text += QStringLiteral("\nRules of the engine, in the order they are tried:\n");
     text += ruleTable(rows, chosen);
@@ -109,19 +108,20 @@ QString explainLine(const RulesSelection& rules, const std::string& line)
                 .arg(subRules.size())
                 .arg(decode(found.type), decode(found.id))
                 .arg(found.subRulePosition);
+    const std::vector<std::pair<std::string, std::string>>& fields = found.fields;
     int width = 0;
-    for (const auto& field : found.fields) {
+    for (const auto& field : fields) {
         width = std::max(width, static_cast<int>(field.first.size()));
     }
     text += QStringLiteral("Fields:\n");
-    for (const auto& [name, value] : found.fields) {
+    for (const auto& [name, value] : fields) {
         text +=
             QStringLiteral("  %1  %2\n").arg(displayText(name), -width).arg(quoted(decode(value)));
     }
     std::string typeForSeverity = found.type;
     if (chosen->getName() == "new-message") {
         typeForSeverity.clear();
-        for (const auto& [name, value] : found.fields) {
+        for (const auto& [name, value] : fields) {
             if (name == "type") {
                 typeForSeverity = value;
             }

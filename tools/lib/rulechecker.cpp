@@ -1,11 +1,11 @@
 #include "rulechecker.h"
 
 #include "common/regexpattern.h"
+#include "rules/zefamsgfilterdefreader.h"
 
-#include <QXmlStreamReader>
+#include <msgfilter/zefamsgparserengin.h>
 
 #include <algorithm>
-#include <functional>
 #include <initializer_list>
 #include <map>
 #include <set>
@@ -15,55 +15,84 @@ namespace zefa::msg_filter::tool {
 
 namespace {
 
+using impl_detail::DefinitionDiagnostic;
 using impl_detail::RegexPattern;
+using Reason = DefinitionDiagnostic::Reason;
 
-// Where a name was first defined, to point back to it from a duplicate.
+// Where a name was first defined, to point back to it.
 using Definitions = std::map<QString, FilePosition>;
 
-/// One pass over the file with the library's grammar, collecting findings.
-///
-/// Elements the library drops (a duplicate target, a rule without its pattern) are
-/// reported once; what is inside them is skipped unread, as the library skips it.
+FilePosition positionOf(const impl_detail::TextPosition& position)
+{
+    return { position.line, position.column };
+}
+
+/// Turns what the library's reader says about each element into findings, and adds what
+/// the reader cannot know: unknown attributes, invalid patterns, field names beyond the
+/// capture groups, rule names no engine uses and engines' rules with no definition.
 class DefinitionChecker {
 public:
-    explicit DefinitionChecker(const QByteArray& data)
-        : m_reader(data)
-        , m_text(QString::fromUtf8(data))
+    void take(const DefinitionDiagnostic& diagnostic)
     {
-        m_lineStarts.push_back(0);
-        for (int i = 0; i < m_text.size(); ++i) {
-            if (m_text.at(i) == QLatin1Char('\n')) {
-                m_lineStarts.push_back(i + 1);
-            }
-        }
-    }
-
-    void run()
-    {
-        while (!m_reader.atEnd()) {
-            if (next() == QXmlStreamReader::StartElement) {
-                if (m_reader.name() == QLatin1String("ZefaMsgFilterDef")) {
-                    readDefinition();
-                } else {
-                    add(elementPosition(),
-                        QStringLiteral("the root element is '%1', not 'ZefaMsgFilterDef': "
-                                       "the library loads nothing from this file")
-                            .arg(m_reader.name().toString()));
-                    return;
-                }
-            }
-        }
-        if (m_reader.hasError()) {
-            add({ m_reader.lineNumber(), m_reader.columnNumber() },
+        if (diagnostic.reason == Reason::XmlError) {
+            add(positionOf(diagnostic.at),
                 QStringLiteral("XML error: %1; the library loads nothing from this file")
-                    .arg(m_reader.errorString()));
+                    .arg(diagnostic.message));
+            m_loadsNothing = true;
             return;
         }
-        checkReferences();
+        if (diagnostic.reason == Reason::ForeignRoot) {
+            add(positionOf(diagnostic.at),
+                QStringLiteral("the root element is '%1', not 'ZefaMsgFilterDef': "
+                               "the library loads nothing from this file")
+                    .arg(diagnostic.element));
+            m_loadsNothing = true;
+            return;
+        }
+        if (diagnostic.reason == Reason::UnexpectedElement) {
+            add(positionOf(diagnostic.at),
+                QStringLiteral("element '%1' inside '%2' is ignored")
+                    .arg(diagnostic.element, diagnostic.parent));
+            return;
+        }
+        const QString& element = diagnostic.element;
+        if (element == QLatin1String("ZefaMsgFilterDef")) {
+            checkAttributes(diagnostic, {});
+        } else if (element == QLatin1String("TargetDevice")) {
+            checkAttributes(diagnostic, { "name" });
+            if (takeDefinition(diagnostic)) {
+                ++targets;
+                m_target = value(diagnostic, "name");
+            }
+        } else if (element == QLatin1String("Engine")) {
+            checkAttributes(diagnostic, { "name" });
+            if (takeDefinition(diagnostic)) {
+                ++engines;
+                m_engine = QStringLiteral("%1/%2").arg(m_target, value(diagnostic, "name"));
+            }
+        } else if (element == QLatin1String("Rule")) {
+            takeReference(diagnostic);
+        } else if (element == QLatin1String("FilterRule")) {
+            takeFilterRule(diagnostic);
+        } else if (element == QLatin1String("SubRule")) {
+            takeSubRule(diagnostic);
+        }
     }
 
-    std::vector<RuleFinding> takeFindings()
+    /// The findings in file order, with those that need the whole file.
+    std::vector<RuleFinding> finish()
     {
+        for (const auto& [name, at] : m_filterRuleOrder) {
+            if (m_usableSubRules[name] == 0) {
+                add(at,
+                    QStringLiteral("FilterRule '%1' has no usable SubRule: the lines it wins "
+                                   "get no message type and no fields")
+                        .arg(name));
+            }
+        }
+        if (!m_loadsNothing) {
+            checkReferences();
+        }
         std::stable_sort(
             m_findings.begin(), m_findings.end(), [](const RuleFinding& a, const RuleFinding& b) {
                 return a.at.line != b.at.line ? a.at.line < b.at.line : a.at.column < b.at.column;
@@ -83,288 +112,146 @@ private:
         FilePosition at;
     };
 
-    QXmlStreamReader::TokenType next()
-    {
-        // About where the next token starts; elementPosition() finds its "<".
-        m_tokenStart = m_reader.characterOffset();
-        return m_reader.readNext();
-    }
-
-    FilePosition positionOf(qint64 offset) const
-    {
-        auto after = std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), offset);
-        const qint64 lineIndex = (after - m_lineStarts.begin()) - 1;
-        return { lineIndex + 1, offset - m_lineStarts[static_cast<size_t>(lineIndex)] + 1 };
-    }
-
-    // The "<" of the current start tag. The reader may have taken that "<" already
-    // (to end the text before it), or may not report the white space before it (outside
-    // the root element): the tag begins at the first "<" from one character back.
-    FilePosition elementPosition() const
-    {
-        const int tag = m_text.indexOf(
-            QLatin1Char('<'), static_cast<int>(std::max<qint64>(m_tokenStart - 1, 0)));
-        return positionOf(tag < 0 ? m_tokenStart : tag);
-    }
-
-    // The position of an attribute's name inside the current start tag, or of the tag
-    // itself when the attribute is not written there.
-    FilePosition attributePosition(const QString& attribute) const
-    {
-        const qint64 end = std::min<qint64>(m_reader.characterOffset(), m_text.size());
-        qint64 from = std::max<qint64>(m_tokenStart - 1, 0);
-        while (from < end) {
-            const int found = m_text.indexOf(attribute, static_cast<int>(from));
-            if (found < 0 || found >= end) {
-                break;
-            }
-            const QChar before = m_text.at(found - 1);
-            int after = found + attribute.size();
-            while (after < end && m_text.at(after).isSpace()) {
-                ++after;
-            }
-            if (before.isSpace() && after < end && m_text.at(after) == QLatin1Char('=')) {
-                return positionOf(found);
-            }
-            from = found + 1;
-        }
-        return elementPosition();
-    }
-
     void add(FilePosition at, const QString& message) { m_findings.push_back({ at, message }); }
 
-    // Reports attributes outside `known`: a misspelt "reg_patten" is the classic case.
-    void checkAttributes(const char* element, std::initializer_list<const char*> known)
+    static QString value(const DefinitionDiagnostic& diagnostic, const char* attribute)
     {
-        for (const QXmlStreamAttribute& attribute : m_reader.attributes()) {
+        return diagnostic.attributes.value(QLatin1String(attribute)).toString();
+    }
+
+    // Where an attribute's name is written in the start tag, or the tag itself when the
+    // attribute is not there.
+    static FilePosition attributePosition(
+        const DefinitionDiagnostic& diagnostic, const QString& attribute)
+    {
+        for (int index = 0; index < diagnostic.attributes.size(); ++index) {
+            if (diagnostic.attributes.at(index).name() == attribute) {
+                return positionOf(diagnostic.attributePositions.at(static_cast<size_t>(index)));
+            }
+        }
+        return positionOf(diagnostic.at);
+    }
+
+    // Reports attributes outside `known`: a misspelt "reg_patten" is the classic case.
+    void checkAttributes(
+        const DefinitionDiagnostic& diagnostic, std::initializer_list<const char*> known)
+    {
+        for (int index = 0; index < diagnostic.attributes.size(); ++index) {
+            const QXmlStreamAttribute& attribute = diagnostic.attributes.at(index);
             const bool isKnown = std::any_of(known.begin(), known.end(),
                 [&attribute](const char* name) { return attribute.name() == QLatin1String(name); });
             if (!isKnown) {
-                add(attributePosition(attribute.name().toString()),
+                add(positionOf(diagnostic.attributePositions.at(static_cast<size_t>(index))),
                     QStringLiteral("unknown attribute '%1' on %2 is ignored")
-                        .arg(attribute.name().toString(), QLatin1String(element)));
+                        .arg(attribute.name().toString(), diagnostic.element));
             }
         }
     }
 
-    // Skips the rest of the current element; with `report`, each element found inside
-    // is reported as ignored.
-    void skipElement(bool report)
+    // A TargetDevice, Engine or FilterRule that was kept; the reason it was dropped
+    // otherwise.
+    bool takeDefinition(const DefinitionDiagnostic& diagnostic)
     {
-        const QString parent = m_reader.name().toString();
-        // Counted, not recursed into: a file may nest elements as deep as it likes.
-        long long depth = 0;
-        while (!m_reader.atEnd()) {
-            const QXmlStreamReader::TokenType token = next();
-            if (token == QXmlStreamReader::EndElement) {
-                if (depth == 0) {
-                    return;
-                }
-                --depth;
-            } else if (token == QXmlStreamReader::StartElement) {
-                if (report && depth == 0) {
-                    add(elementPosition(),
-                        QStringLiteral("element '%1' inside '%2' is ignored")
-                            .arg(m_reader.name().toString(), parent));
-                }
-                ++depth;
-            }
-        }
-    }
-
-    using ChildReader = std::pair<const char*, std::function<void()>>;
-
-    // Reads the children of the current element, handing those named in `readers` to
-    // their reader and reporting all others as ignored.
-    void readChildren(std::initializer_list<ChildReader> readers)
-    {
-        const QString parent = m_reader.name().toString();
-        while (!m_reader.atEnd()) {
-            const QXmlStreamReader::TokenType token = next();
-            if (token == QXmlStreamReader::EndElement) {
-                return;
-            }
-            if (token != QXmlStreamReader::StartElement) {
-                continue;
-            }
-            const auto reader =
-                std::find_if(readers.begin(), readers.end(), [this](const ChildReader& candidate) {
-                    return m_reader.name() == QLatin1String(candidate.first);
-                });
-            if (reader != readers.end()) {
-                reader->second();
-            } else {
-                add(elementPosition(),
-                    QStringLiteral("element '%1' inside '%2' is ignored")
-                        .arg(m_reader.name().toString(), parent));
-                skipElement(false);
-            }
-        }
-    }
-
-    void readDefinition()
-    {
-        checkAttributes("ZefaMsgFilterDef", {});
-        readChildren({ { "TargetDevice", [this] { readTarget(); } },
-            { "FilterRule", [this] { readFilterRule(); } } });
-    }
-
-    // A "name" that must be present, non-empty unless `mayBeEmpty`, and new among `known`. Reports
-    // and skips the element when it is not.
-    bool takeName(const char* element, Definitions& known, QString& name, bool mayBeEmpty = false)
-    {
-        const QXmlStreamAttributes attributes = m_reader.attributes();
-        if (!attributes.hasAttribute(QStringLiteral("name"))
-            || (!mayBeEmpty && attributes.value(QStringLiteral("name")).isEmpty())) {
-            add(elementPosition(),
-                QStringLiteral("%1 without a name is ignored with "
-                               "everything inside it")
-                    .arg(QLatin1String(element)));
-            skipElement(false);
+        if (diagnostic.reason == Reason::MissingName) {
+            add(positionOf(diagnostic.at),
+                QStringLiteral("%1 without a name is ignored with everything inside it")
+                    .arg(diagnostic.element));
             return false;
         }
-        name = attributes.value(QStringLiteral("name")).toString();
-        const auto [first, inserted] = known.emplace(name, elementPosition());
-        if (!inserted) {
-            add(elementPosition(),
+        if (diagnostic.reason == Reason::DuplicateName) {
+            add(positionOf(diagnostic.at),
                 QStringLiteral("%1 '%2' is already defined at line %3: this one is ignored "
                                "with everything inside it")
-                    .arg(QLatin1String(element), name)
-                    .arg(first->second.line));
-            skipElement(false);
+                    .arg(diagnostic.element, value(diagnostic, "name"))
+                    .arg(diagnostic.first.line));
             return false;
         }
-        return true;
+        return diagnostic.reason == Reason::Kept;
     }
 
-    void readTarget()
+    void takeReference(const DefinitionDiagnostic& diagnostic)
     {
-        checkAttributes("TargetDevice", { "name" });
-        QString target;
-        if (!takeName("TargetDevice", m_targets, target)) {
-            return;
-        }
-        ++targets;
-        Definitions enginesOfTarget;
-        readChildren({ { "Engine", [&] { readEngine(target, enginesOfTarget); } } });
-    }
-
-    void readEngine(const QString& target, Definitions& enginesOfTarget)
-    {
-        checkAttributes("Engine", { "name" });
-        QString engine;
-        if (!takeName("Engine", enginesOfTarget, engine)) {
-            return;
-        }
-        ++engines;
-        const QString label = QStringLiteral("%1/%2").arg(target, engine);
-        Definitions listed;
-        readChildren({ { "Rule", [&] { readRuleReference(label, listed); } } });
-    }
-
-    void readRuleReference(const QString& engine, Definitions& listed)
-    {
-        checkAttributes("Rule", { "name" });
-        const FilePosition at = elementPosition();
-        const QXmlStreamAttributes attributes = m_reader.attributes();
-        if (!attributes.hasAttribute(QStringLiteral("name"))) {
+        checkAttributes(diagnostic, { "name" });
+        const FilePosition at = positionOf(diagnostic.at);
+        const QString name = value(diagnostic, "name");
+        if (diagnostic.reason == Reason::MissingName) {
             add(at, QStringLiteral("Rule without a name is ignored"));
+        } else if (diagnostic.reason == Reason::DuplicateName) {
+            add(at,
+                QStringLiteral("Rule '%1' is already listed for engine '%2' at line "
+                               "%3: the repeat has no effect")
+                    .arg(name, m_engine)
+                    .arg(diagnostic.first.line));
         } else {
-            const QString name = attributes.value(QStringLiteral("name")).toString();
-            const auto [first, inserted] = listed.emplace(name, at);
-            if (inserted) {
-                m_references.push_back({ name, engine, at });
-            } else {
-                add(at,
-                    QStringLiteral("Rule '%1' is already listed for engine '%2' at line "
-                                   "%3: the repeat has no effect")
-                        .arg(name, engine)
-                        .arg(first->second.line));
-            }
+            m_references.push_back({ name, m_engine, at });
         }
-        skipElement(true);
     }
 
-    void readFilterRule()
+    void takeFilterRule(const DefinitionDiagnostic& diagnostic)
     {
-        checkAttributes("FilterRule", { "name", "type", "reg_patten" });
-        const QXmlStreamAttributes attributes = m_reader.attributes();
-        for (const char* required : { "name", "type", "reg_patten" }) {
-            if (!attributes.hasAttribute(QLatin1String(required))) {
-                add(elementPosition(),
-                    QStringLiteral("FilterRule%1 lacks the attribute '%2': it is ignored with "
-                                   "its sub-rules")
-                        .arg(attributes.hasAttribute(QStringLiteral("name"))
-                                ? QStringLiteral(" '%1'").arg(
-                                    attributes.value(QStringLiteral("name")).toString())
-                                : QString(),
-                            QLatin1String(required)));
-                skipElement(false);
-                return;
-            }
+        checkAttributes(diagnostic, { "name", "type", "reg_patten" });
+        if (diagnostic.reason == Reason::MissingAttributes) {
+            add(positionOf(diagnostic.at),
+                QStringLiteral("FilterRule%1 lacks the attribute '%2': it is ignored with "
+                               "its sub-rules")
+                    .arg(diagnostic.attributes.hasAttribute(QStringLiteral("name"))
+                            ? QStringLiteral(" '%1'").arg(value(diagnostic, "name"))
+                            : QString(),
+                        diagnostic.missing.constFirst()));
+            return;
         }
-        QString name;
-        if (!takeName("FilterRule", m_filterRules, name, true)) {
+        if (!takeDefinition(diagnostic)) {
             return;
         }
         ++rules;
-        checkPattern(attributes.value(QStringLiteral("reg_patten")).toString(),
-            QStringLiteral("FilterRule '%1'").arg(name), -1);
-        int subRulesOfRule = 0;
-        readChildren({ { "SubRule", [&] { subRulesOfRule += readSubRule(name) ? 1 : 0; } } });
-        if (subRulesOfRule == 0) {
-            add(m_filterRules[name],
-                QStringLiteral("FilterRule '%1' has no usable SubRule: the lines it wins get "
-                               "no message type and no fields")
-                    .arg(name));
-        }
+        m_rule = value(diagnostic, "name");
+        m_filterRules.emplace(m_rule, positionOf(diagnostic.at));
+        m_filterRuleOrder.emplace_back(m_rule, positionOf(diagnostic.at));
+        m_usableSubRules[m_rule] = 0;
+        checkPattern(diagnostic, value(diagnostic, "reg_patten"),
+            QStringLiteral("FilterRule '%1'").arg(m_rule), -1);
     }
 
-    bool readSubRule(const QString& rule)
+    void takeSubRule(const DefinitionDiagnostic& diagnostic)
     {
-        checkAttributes("SubRule", { "name", "type", "id", "reg_patten", "fields" });
-        const QXmlStreamAttributes attributes = m_reader.attributes();
-        const QString label = attributes.hasAttribute(QStringLiteral("name"))
-            ? QStringLiteral("SubRule '%1' of '%2'")
-                  .arg(attributes.value(QStringLiteral("name")).toString(), rule)
-            : QStringLiteral("a SubRule of '%1'").arg(rule);
-        bool usable = true;
-        for (const char* required : { "type", "reg_patten" }) {
-            if (!attributes.hasAttribute(QLatin1String(required))) {
-                add(elementPosition(),
+        checkAttributes(diagnostic, { "name", "type", "id", "reg_patten", "fields" });
+        const QString label = diagnostic.attributes.hasAttribute(QStringLiteral("name"))
+            ? QStringLiteral("SubRule '%1' of '%2'").arg(value(diagnostic, "name"), m_rule)
+            : QStringLiteral("a SubRule of '%1'").arg(m_rule);
+        if (diagnostic.reason == Reason::MissingAttributes) {
+            for (const QString& attribute : diagnostic.missing) {
+                add(positionOf(diagnostic.at),
                     QStringLiteral("%1 lacks the attribute '%2': it is ignored")
-                        .arg(label, QLatin1String(required)));
-                usable = false;
+                        .arg(label, attribute));
+            }
+            return;
+        }
+        ++subRules;
+        ++m_usableSubRules[m_rule];
+        const QStringList fields = splitFields(value(diagnostic, "fields"));
+        checkPattern(
+            diagnostic, value(diagnostic, "reg_patten"), label, static_cast<int>(fields.size()));
+        for (const QString& field : fields) {
+            if (field.trimmed() != field) {
+                add(attributePosition(diagnostic, QStringLiteral("fields")),
+                    QStringLiteral("%1: the field name '%2' ends in white space (write "
+                                   "\"a, b\", not \"a ,b\")")
+                        .arg(label, field));
             }
         }
-        if (usable) {
-            ++subRules;
-            const QStringList fields = splitFields(attributes.value(QStringLiteral("fields")));
-            checkPattern(attributes.value(QStringLiteral("reg_patten")).toString(), label,
-                static_cast<int>(fields.size()));
-            for (const QString& field : fields) {
-                if (field.trimmed() != field) {
-                    add(attributePosition(QStringLiteral("fields")),
-                        QStringLiteral("%1: the field name '%2' ends in white space (write "
-                                       "\"a, b\", not \"a ,b\")")
-                            .arg(label, field));
-                }
-            }
-        }
-        skipElement(true);
-        return usable;
     }
 
-    static QStringList splitFields(const QStringRef& fields)
+    static QStringList splitFields(const QString& fields)
     {
         static const RegexPattern separator(QStringLiteral(",\\s*"));
-        return separator.splitSkippingEmpty(fields.toString());
+        return separator.splitSkippingEmpty(fields);
     }
 
     // `fieldCount` is the number of named fields of a sub-rule, -1 for a rule pattern.
-    void checkPattern(const QString& pattern, const QString& owner, int fieldCount)
+    void checkPattern(const DefinitionDiagnostic& diagnostic, const QString& pattern,
+        const QString& owner, int fieldCount)
     {
-        const FilePosition at = attributePosition(QStringLiteral("reg_patten"));
+        const FilePosition at = attributePosition(diagnostic, QStringLiteral("reg_patten"));
         // The library hands patterns over as 8-bit text; check what it will really see.
         const RegexPattern expression(QString::fromLatin1(pattern.toLatin1()));
         if (!expression.isValid()) {
@@ -405,24 +292,29 @@ private:
         }
     }
 
-    QXmlStreamReader m_reader;
-    QString m_text;
-    std::vector<qint64> m_lineStarts;
-    qint64 m_tokenStart = 0;
     std::vector<RuleFinding> m_findings;
-    Definitions m_targets;
+    bool m_loadsNothing = false;
+    QString m_target;
+    QString m_engine; ///< "target/engine" of the engine being read
+    QString m_rule; ///< the FilterRule being read
     Definitions m_filterRules;
+    std::vector<std::pair<QString, FilePosition>> m_filterRuleOrder;
+    std::map<QString, int> m_usableSubRules;
     std::vector<Reference> m_references;
 };
 
 } // namespace
 
-RuleCheck checkRules(const QByteArray& data)
+RuleCheck checkRules(const QString& path)
 {
-    DefinitionChecker checker(data);
-    checker.run();
+    DefinitionChecker checker;
+    impl_detail::ZefaMsgFilterDefReader reader;
+    reader.setDiagnostics(
+        [&checker](const DefinitionDiagnostic& diagnostic) { checker.take(diagnostic); });
+    impl_detail::ZefaMsgParserEngin engine;
+    reader.doRead(&engine, path);
     RuleCheck check;
-    check.findings = checker.takeFindings();
+    check.findings = checker.finish();
     check.targets = checker.targets;
     check.engines = checker.engines;
     check.rules = checker.rules;

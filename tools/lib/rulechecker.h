@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QByteArray>
 #include <QString>
 
 #include <vector>
@@ -27,12 +26,12 @@ struct RuleCheck {
     int subRules = 0;
 };
 
-/// Reads a rule file with the library's grammar and reports everything the library
+/// Reads a rule file with the library's own reader and reports everything the library
 /// drops silently or can never match: XML errors, a wrong root element, elements
 /// without their required attributes, unknown elements and attributes, duplicate
 /// names, Rule names with no FilterRule, rules no engine uses, invalid patterns and
 /// sub-rules that name more fields than their pattern has capture groups.
-RuleCheck checkRules(const QByteArray& data);
+RuleCheck checkRules(const QString& path);
 
 /// The report for people: "PATH:LINE:COLUMN: finding" per finding, then a last line
 /// with the count of findings, or with what the file defines when there are none.

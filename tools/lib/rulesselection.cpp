@@ -1,11 +1,12 @@
 #include "rulesselection.h"
 
+#include "rules/zefamsgfilterdefreader.h"
+
 #include <msgfilter/host/basesystem.h>
 #include <msgfilter/msgfilter.h>
 
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
 
 namespace zefa::msg_filter::tool {
 
@@ -23,9 +24,6 @@ QString defaultRulesPath()
 bool selectRules(const QString& rulesPath, const QString& target, const QString& engine,
     RulesSelection& selection, QString& error)
 {
-    // Holds the copy of a differently named rule file until the library has read it;
-    // the library never reads the file again once it loaded.
-    QTemporaryDir copyDirectory;
     QString path = defaultRulesPath();
     if (!rulesPath.isEmpty()) {
         path = QFileInfo(rulesPath).isDir() ? rulesPath + QLatin1Char('/') + kRulesFileName
@@ -38,19 +36,7 @@ bool selectRules(const QString& rulesPath, const QString& target, const QString&
     }
     file.close();
     if (!rulesPath.isEmpty()) {
-        const QFileInfo info(path);
-        QString directory = info.absolutePath();
-        if (info.fileName() != kRulesFileName) {
-            if (!copyDirectory.isValid()
-                || !QFile::copy(path, copyDirectory.path() + QLatin1Char('/') + kRulesFileName)) {
-                error = QStringLiteral("cannot read rules '%1': no temporary copy "
-                                       "could be made")
-                            .arg(path);
-                return false;
-            }
-            directory = copyDirectory.path();
-        }
-        qputenv("ZEFA_DATA_PATH", QFile::encodeName(directory));
+        impl_detail::ZefaMsgFilterDefReader::useDefinitionFile(path);
     }
 
     selection.path = path;

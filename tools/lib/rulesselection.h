@@ -30,8 +30,8 @@ QString defaultRulesPath();
 /// Loads the rules and looks up the target and the engine.
 ///
 /// `rulesPath` is a rule file or a directory holding "enginemsg.xml"; empty means the
-/// default rules. The library only reads a file named "enginemsg.xml" from its data
-/// directory, so any other file name is loaded through a copy of that name. On failure
+/// default rules. The rule engine reads its file once, so this is for before its first
+/// use; the data directory (and the catalogue in it) stays where it is. On failure
 /// (unreadable file, rules that do not load, unknown target, unknown engine without a
 /// "default" engine) returns false with one sentence naming the file in `error`.
 bool selectRules(const QString& rulesPath, const QString& target, const QString& engine,

@@ -1,5 +1,6 @@
 #include "sessionreplay.h"
 
+#include "common/severity.h"
 #include "hostevents.h"
 
 #include <msgfilter/host/host.h>
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,23 +49,13 @@ bool parseInt(const QString& text, int& value)
     return ok;
 }
 
-// The catalogue's type code of a severity word, 0 for an unknown word.
-int catalogueType(const QString& severity)
+// The catalogue's type code of a severity word in any case, "critical-warning" written
+// with a hyphen too; 0 for an unknown word.
+int catalogueType(const QString& word)
 {
-    const QString word = severity.toLower();
-    if (word == QLatin1String("error")) {
-        return 1;
-    }
-    if (word == QLatin1String("warning")) {
-        return 2;
-    }
-    if (word == QLatin1String("info")) {
-        return 4;
-    }
-    if (word == QLatin1String("critical warning") || word == QLatin1String("critical-warning")) {
-        return 8;
-    }
-    return 0;
+    const std::optional<impl_detail::Severity> severity =
+        impl_detail::severityOfWord(QString(word).replace(QLatin1Char('-'), QLatin1Char(' ')));
+    return severity ? impl_detail::typeCode(*severity) : 0;
 }
 
 } // namespace

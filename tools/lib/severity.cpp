@@ -1,16 +1,27 @@
 #include "severity.h"
 
-#include "engine/enginemessagehandler.h"
+#include "common/severity.h"
 
 namespace zefa::msg_filter::tool {
 
 Severity severityOfType(const std::string& type)
 {
     // The engine side's own reading, so that the tool and the host never disagree.
-    const QString word = impl_detail::EngineMessageHandler::convertMessageType(type);
-    Severity severity = Severity::Info;
-    parseSeverity(word, severity);
-    return severity;
+    switch (impl_detail::severityOfRuleType(type)) {
+    case impl_detail::Severity::Error:
+        return Severity::Error;
+    case impl_detail::Severity::Warning:
+        // The library files a critical warning as a warning; the tool keeps it apart.
+        if (QString::fromLatin1(type.data(), static_cast<int>(type.size()))
+                .contains(QLatin1String("critical"), Qt::CaseInsensitive)) {
+            return Severity::CriticalWarning;
+        }
+        return Severity::Warning;
+    case impl_detail::Severity::Info:
+    case impl_detail::Severity::CriticalWarning:
+        break;
+    }
+    return Severity::Info;
 }
 
 QString severityName(Severity severity)
@@ -18,6 +29,8 @@ QString severityName(Severity severity)
     switch (severity) {
     case Severity::Error:
         return QStringLiteral("Error");
+    case Severity::CriticalWarning:
+        return QStringLiteral("Critical Warning");
     case Severity::Warning:
         return QStringLiteral("Warning");
     case Severity::Info:
@@ -30,8 +43,12 @@ QString severityName(Severity severity)
 
 bool parseSeverity(const QString& text, Severity& severity)
 {
-    for (Severity candidate : { Severity::Info, Severity::Warning, Severity::Error }) {
-        if (text.compare(severityName(candidate), Qt::CaseInsensitive) == 0) {
+    for (Severity candidate :
+        { Severity::Info, Severity::Warning, Severity::CriticalWarning, Severity::Error }) {
+        // "critical-warning": an option value holds no blank.
+        if (text.compare(severityName(candidate).replace(QLatin1Char(' '), QLatin1Char('-')),
+                Qt::CaseInsensitive)
+            == 0) {
             severity = candidate;
             return true;
         }

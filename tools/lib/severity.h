@@ -10,16 +10,19 @@ namespace zefa::msg_filter::tool {
 
 /// The severity of a classified line, in rising order; None for a line no rule
 /// recognised.
-enum class Severity { None = 0, Info = 1, Warning = 2, Error = 3 };
+enum class Severity { None = 0, Info = 1, Warning = 2, CriticalWarning = 3, Error = 4 };
 
 /// The severity the engine side gives a message type: "error" or "@E" anywhere in it
-/// (any case) is an error, else "warning" or "@W" a warning, anything else info.
+/// (any case) is an error, else "warning" or "@W" a warning, anything else info. A
+/// warning whose type also says "critical" (any case) is a critical warning here, while
+/// the engine side counts it as a warning.
 Severity severityOfType(const std::string& type);
 
-/// "Error", "Warning", "Info", or "" for None.
+/// "Error", "Critical Warning", "Warning", "Info", or "" for None.
 QString severityName(Severity severity);
 
-/// Reads "error", "warning" or "info" in any case.
+/// Reads "error", "critical-warning", "warning" or "info" in any case, as an option
+/// value is written.
 bool parseSeverity(const QString& text, Severity& severity);
 
 } // namespace zefa::msg_filter::tool

@@ -12,6 +12,9 @@ QString colored(const QString& text, Severity severity, bool color)
     case Severity::Error:
         code = "1;31";
         break;
+    case Severity::CriticalWarning:
+        code = "1;35";
+        break;
     case Severity::Warning:
         code = "1;33";
         break;

@@ -32,11 +32,12 @@ QByteArray TextFormat::finish(const ClassificationSummary& summary)
         messages += value;
     }
     QString text = QStringLiteral("\n%1 lines, %2 messages\n").arg(summary.lines).arg(messages);
-    for (Severity severity : { Severity::Error, Severity::Warning, Severity::Info }) {
+    for (Severity severity :
+        { Severity::Error, Severity::CriticalWarning, Severity::Warning, Severity::Info }) {
         const QString name = severityName(severity);
         text += QStringLiteral("  %1%2%3\n")
                     .arg(colored(name, severity, m_color))
-                    .arg(QString(10 - name.size(), QLatin1Char(' ')))
+                    .arg(QString(18 - name.size(), QLatin1Char(' ')))
                     .arg(count(summary.bySeverity[static_cast<size_t>(severity)], 8));
     }
     if (!summary.byRule.empty()) {
@@ -44,12 +45,13 @@ QByteArray TextFormat::finish(const ClassificationSummary& summary)
         for (const auto& entry : summary.byRule) {
             width = std::max(width, static_cast<int>(entry.first.size()));
         }
-        text +=
-            QStringLiteral("  %1   Error  Warning     Info\n").arg(QStringLiteral("rule"), -width);
+        text += QStringLiteral("  %1   Error  Critical Warning  Warning     Info\n")
+                    .arg(QStringLiteral("rule"), -width);
         for (const auto& [rule, counts] : summary.byRule) {
-            text += QStringLiteral("  %1 %2 %3 %4\n")
+            text += QStringLiteral("  %1 %2 %3 %4 %5\n")
                         .arg(displayText(rule), -width)
                         .arg(count(counts[static_cast<size_t>(Severity::Error)], 7))
+                        .arg(count(counts[static_cast<size_t>(Severity::CriticalWarning)], 17))
                         .arg(count(counts[static_cast<size_t>(Severity::Warning)], 8))
                         .arg(count(counts[static_cast<size_t>(Severity::Info)], 8));
         }
