@@ -326,7 +326,7 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
     }
     file.close();
     auto* engine = new ZefaMsgParserEngin;
-    if (!engine->loadFilterRulesFromFile(QFile::encodeName(path).toLatin1())) {
+    if (!engine->loadFilterRulesFromFile(QFile::encodeName(path).toStdString())) {
         std::abort();
     }
     initializedEmptyEngine = engine;

@@ -85,8 +85,11 @@ TEST_F(ScanTest, CopiesAnswerWithTheirOwnRules)
     EXPECT_EQ(bestName(copy, m_parser, "xabcd"), "short");
     // The original never saw "other".
     EXPECT_EQ(bestName(m_engine, m_parser, "xabcd"), "short");
+    // Assigned, the engine holds new tables (and a new parser); the scan built over the
+    // old ones must not answer.
     m_engine = copy;
-    EXPECT_EQ(FindBestMatchRule(&m_engine, m_parser, "xabcd"), m_engine.getRule("short"));
+    ZefaEnginMsgParser* assigned = m_engine.getTarget("t")->getEngine("e");
+    EXPECT_EQ(FindBestMatchRule(&m_engine, assigned, "xabcd"), m_engine.getRule("short"));
 }
 
 TEST_F(ScanTest, SeveralThreadsGetTheSameAnswers)
