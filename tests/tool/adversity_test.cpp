@@ -79,6 +79,11 @@ TEST(Adversity, EveryCaseEndsWithTheRightStatusAndMessage)
             "mkfifo r && (cat \"$RULES\" > r &) && printf 'ERROR: x\\n' | \"$TOOL\" classify "
             "--rules r",
             0, "-:1: Error [keyword-message] ERROR: x", "" },
+        { "FIFOs as baseline and as filter file",
+            "printf 'WARNING: x\\n' > log && \"$TOOL\" classify --format jsonl log > b && "
+            "\"$TOOL\" waive -o w.xml b > /dev/null && mkfifo fb fw && (cat b > fb &) && "
+            "(cat w.xml > fw &) && \"$TOOL\" classify --baseline fb --filters fw log",
+            0, "  1 waived\n", "" },
         { "a FIFO as rules to explain",
             "mkfifo r && (cat \"$RULES\" > r &) && \"$TOOL\" explain --rules r 'ERROR: x'", 0,
             "Severity: Error", "" },

@@ -19,6 +19,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 
 #include <memory>
 #include <optional>
@@ -266,11 +267,22 @@ bool loadReview(const char* command, const Options& options, MessageReview& revi
         review.setBaseline(baseline);
     }
     if (!options.filters.isEmpty()) {
-        auto waivers = std::make_unique<WaiverStep>();
-        if (!waivers->load(options.filters, options.filter, error)) {
+        // The filter file is read twice (checked whole, then loaded by the library), which
+        // a pipe does not allow: one that is not a plain file is read once into a copy.
+        const auto failed = [&options, command](const QString& reason) {
             reportError(
-                command, QStringLiteral("filter file '%1': %2").arg(options.filters, error));
+                command, QStringLiteral("filter file '%1': %2").arg(options.filters, reason));
             return false;
+        };
+        QFile file;
+        if (!openArgumentFile(file, options.filters, QIODevice::ReadOnly, error)) {
+            return failed(error);
+        }
+        const QTemporaryDir copies;
+        const QString readable = readableRuleFile(file, options.filters, copies, error);
+        auto waivers = std::make_unique<WaiverStep>();
+        if (readable.isEmpty() || !waivers->load(readable, options.filter, error)) {
+            return failed(error);
         }
         review.setWaivers(std::move(waivers));
     }

@@ -1,5 +1,6 @@
 #include "baselinereader.h"
 
+#include "argumentfiles.h"
 #include "messagedescription.h"
 
 #include <QFile>
@@ -125,9 +126,10 @@ bool readBaseline(const QByteArray& content, std::vector<ClassifiedLine>& messag
 
 bool readBaselineFile(const QString& path, std::vector<ClassifiedLine>& messages, QString& error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("cannot read baseline '%1': %2").arg(path, file.errorString());
+    QFile file;
+    QString reason;
+    if (!openArgumentFile(file, path, QIODevice::ReadOnly, reason)) {
+        error = QStringLiteral("cannot read baseline '%1': %2").arg(path, reason);
         return false;
     }
     const QByteArray content = file.readAll();
@@ -135,7 +137,6 @@ bool readBaselineFile(const QString& path, std::vector<ClassifiedLine>& messages
         error = QStringLiteral("cannot read baseline '%1': %2").arg(path, file.errorString());
         return false;
     }
-    QString reason;
     if (!readBaseline(content, messages, reason)) {
         error = QStringLiteral("baseline '%1': %2").arg(path, reason);
         return false;
