@@ -1,7 +1,8 @@
 // Time per line for lines far longer than any an engine prints on purpose: the default
 // rules against one long line (a tagged message and an untagged one), and a user pattern
 // with a nested repetition, "(a*)*b", against lines of "a" with no "b", where a
-// backtracking matcher tries every way of splitting the line before it gives up.
+// backtracking matcher tries every way of splitting the line before it gives up
+// (MSGFILTER_REGEX_ENGINE=reference measures that one).
 
 #include <msgfilter/zefamsgparserengin.h>
 
@@ -100,8 +101,8 @@ BENCHMARK(BM_DefaultRules_UntaggedLine)
     ->Range(1 << 10, 1 << 20)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_NestedRepetition_NoMatch)
-    ->RangeMultiplier(2)
-    ->Range(1 << 10, 1 << 13)
+    ->RangeMultiplier(4)
+    ->Range(1 << 10, 1 << 20)
     ->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();
