@@ -13,6 +13,14 @@ namespace zefa::msg_filter::impl_detail {
 // included. A character beyond Latin-1 (only possible from an XML file or a host's QString)
 // becomes '?'.
 
+inline bool fitsLatin1(const QString& text)
+{
+    for (const QChar ch : text)
+        if (ch.unicode() > 0xff)
+            return false;
+    return true;
+}
+
 inline QString fromLatin1(const std::string& text)
 {
     return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
