@@ -51,6 +51,8 @@ TEST(Errors, BadUsageAndUnusableFilesExitWithTwoAndOneLine)
         { "classify --format xml", "unknown format 'xml'" },
         { "classify --fail-on fatal", "unknown severity 'fatal'" },
         { "classify --color sometimes", "unknown colour mode 'sometimes'" },
+        { "classify --jobs 0 %L", "--jobs expects a number of at least 1, not '0'" },
+        { "report --jobs many --output %D/r.html %L", "not 'many'" },
         { "classify %L %M", "msgfilter classify: cannot read '%M'" },
         { "classify --rules %M %L", "msgfilter classify: cannot read rules '%M'" },
         { "classify --rules %B %L", "the rules in '%B' do not load" },
