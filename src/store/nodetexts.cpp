@@ -3,7 +3,6 @@
 #include "common/latin1.h"
 
 #include <cstring>
-#include <string>
 
 namespace zefa::msg_filter::impl_detail {
 
@@ -15,41 +14,56 @@ namespace {
 // short texts of a message spend one byte on their length.
 enum Encoding : char { Latin1 = 0, Utf16 = 1 };
 
+// Writes a block, or with no destination only counts its bytes: packing runs it twice so
+// that the block is allocated once at its final size.
 class Writer {
 public:
-    explicit Writer(Encoding encoding)
+    Writer(Encoding encoding, char* out)
         : m_encoding(encoding)
+        , m_out(out)
     {
-        m_bytes.push_back(char(encoding));
+        byte(char(encoding));
     }
 
     void number(quint32 value)
     {
         while (value >= 0x80) {
-            m_bytes.push_back(char(0x80 | (value & 0x7f)));
+            byte(char(0x80 | (value & 0x7f)));
             value >>= 7;
         }
-        m_bytes.push_back(char(value));
+        byte(char(value));
     }
 
     void text(const QString& value)
     {
         number(quint32(value.size()) << 1 | (value.isNull() ? 1u : 0u));
-        if (m_encoding == Latin1) {
-            for (const QChar ch : value)
-                m_bytes.push_back(char(ch.unicode()));
-        } else {
-            const auto* data = reinterpret_cast<const char*>(value.constData());
-            m_bytes.append(data, size_t(value.size()) * sizeof(QChar));
+        const int size = value.size();
+        if (m_out != nullptr) {
+            char* out = m_out + m_size;
+            if (m_encoding == Latin1) {
+                const QChar* in = value.constData();
+                for (int i = 0; i < size; ++i)
+                    out[i] = char(in[i].unicode());
+            } else {
+                std::memcpy(out, value.constData(), size_t(size) * sizeof(QChar));
+            }
         }
+        m_size += m_encoding == Latin1 ? size : size * int(sizeof(QChar));
     }
 
-    // Exactly as long as the packed texts: the block lives as long as its node.
-    QByteArray block() const { return QByteArray(m_bytes.data(), int(m_bytes.size())); }
+    int size() const { return m_size; }
 
 private:
+    void byte(char value)
+    {
+        if (m_out != nullptr)
+            m_out[m_size] = value;
+        ++m_size;
+    }
+
     Encoding m_encoding;
-    std::string m_bytes;
+    char* m_out;
+    int m_size = 0;
 };
 
 class Reader {
@@ -136,14 +150,22 @@ QByteArray NodeTexts::pack(
         for (const QString& value : *list)
             latin1 = latin1 && fitsLatin1(value);
 
-    Writer writer(latin1 ? Latin1 : Utf16);
-    writer.number(quint32(dynamicData.size()));
-    writer.number(quint32(navigationData.size()));
-    writer.text(displayString);
-    for (const QStringList* list : { &dynamicData, &navigationData })
-        for (const QString& value : *list)
-            writer.text(value);
-    return writer.block();
+    const Encoding encoding = latin1 ? Latin1 : Utf16;
+    const auto write = [&](Writer& writer) {
+        writer.number(quint32(dynamicData.size()));
+        writer.number(quint32(navigationData.size()));
+        writer.text(displayString);
+        for (const QStringList* list : { &dynamicData, &navigationData })
+            for (const QString& value : *list)
+                writer.text(value);
+    };
+    Writer measure(encoding, nullptr);
+    write(measure);
+    // Exactly as long as the packed texts: the block lives as long as its node.
+    QByteArray block(measure.size(), Qt::Uninitialized);
+    Writer writer(encoding, block.data());
+    write(writer);
+    return block;
 }
 
 QString NodeTexts::displayString(const QByteArray& block)
