@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -26,9 +27,14 @@ inline QString fromLatin1(const std::string& text)
     return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
 }
 
+// Straight into the string, each character Latin-1 lacks made '?' as QString::toLatin1()
+// makes it, without the byte array in between.
 inline std::string toLatin1(const QString& text)
 {
-    return text.toLatin1().toStdString();
+    std::string out(static_cast<std::size_t>(text.size()), '\0');
+    std::transform(text.cbegin(), text.cend(), out.begin(),
+        [](QChar ch) { return ch.unicode() > 0xff ? '?' : static_cast<char>(ch.unicode()); });
+    return out;
 }
 
 inline QStringList fromLatin1(const std::vector<std::string>& list)
