@@ -2,6 +2,11 @@
 // user or a program reading them sees.
 
 #include "formats/messageformat.h"
+#include "messagedescription.h"
+
+#include <QJsonDocument>
+
+#include <functional>
 
 #include <gtest/gtest.h>
 
@@ -96,6 +101,94 @@ INSTANTIATE_TEST_SUITE_P(Rows, Formats,
             "\\\"q\\\" in caf\xc3\xa9 %1\\t[a.v:3]\",\"type\":\"message:critical-warning\"}\n",
             "" }),
     [](const testing::TestParamInfo<FormatRow>& info) { return std::string(info.param.name); });
+
+// jsonl writes each object itself; a JSON reader must get back exactly what the document
+// writer of the message's object would have written, escapes and member order included.
+struct JsonlRow {
+    const char* name;
+    ClassifiedLine line;
+};
+
+void PrintTo(const JsonlRow& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+ClassifiedLine withText(const QString& text)
+{
+    ClassifiedLine line = sampleLine();
+    line.text = text;
+    line.fields.emplace_back(QStringLiteral("k\u00e9y\n"), text);
+    return line;
+}
+
+QString fromCodes(std::initializer_list<ushort> codes)
+{
+    QString text;
+    for (const ushort code : codes) {
+        text += QChar(code);
+    }
+    return text;
+}
+
+ClassifiedLine changed(const std::function<void(ClassifiedLine&)>& change)
+{
+    ClassifiedLine line = sampleLine();
+    change(line);
+    return line;
+}
+
+class JsonlObjects : public testing::TestWithParam<JsonlRow> { };
+
+TEST_P(JsonlObjects, AreWhatTheDocumentWriterWrites)
+{
+    const ClassifiedLine& line = GetParam().line;
+    const std::unique_ptr<MessageFormat> format = makeMessageFormat(QStringLiteral("jsonl"), {});
+    EXPECT_EQ(format->message(line).toStdString(),
+        QByteArray(QJsonDocument(toJsonl(line)).toJson(QJsonDocument::Compact) + '\n')
+            .toStdString());
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, JsonlObjects,
+    testing::Values(JsonlRow { "sample", sampleLine() },
+        JsonlRow { "every_control_character",
+            withText(fromCodes({ 0, 1, 7, 8, 9, 10, 11, 12, 13, 14, 0x1b, 0x1f, 0x20, 0x7f })) },
+        JsonlRow { "quotes_slashes_and_backslashes", withText(QStringLiteral("\"a\\b/c\"")) },
+        JsonlRow { "latin1_and_beyond",
+            withText(fromCodes({ 0x80, 0xa0, 0xe9, 0xff, 0x100, 0x7ff, 0x800, 0x2028, 0xfeff,
+                0xfffd, 0xfffe, 0xffff })) },
+        JsonlRow { "surrogate_pair", withText(fromCodes({ 'a', 0xd83d, 0xde00, 'b' })) },
+        JsonlRow { "lone_and_reversed_surrogates",
+            withText(fromCodes({ 0xd800, 'x', 0xdc00, 0xde00, 0xd83d, 0xdbff })) },
+        JsonlRow { "empty_strings_and_no_fields", changed([](ClassifiedLine& line) {
+                      line.fields.clear();
+                      line.text.clear();
+                      line.file.clear();
+                      line.rule = QString();
+                  }) },
+        JsonlRow { "new_against_a_baseline",
+            changed([](ClassifiedLine& line) { line.baseline = BaselineState::New; }) },
+        JsonlRow { "known_against_a_baseline",
+            changed([](ClassifiedLine& line) { line.baseline = BaselineState::Known; }) },
+        JsonlRow {
+            "line_one_million", changed([](ClassifiedLine& line) { line.number = 1000000; }) },
+        JsonlRow { "largest_exact_line",
+            changed([](ClassifiedLine& line) { line.number = 9007199254740992LL; }) },
+        JsonlRow { "line_beyond_exact_doubles",
+            changed([](ClassifiedLine& line) { line.number = 9007199254740993LL; }) },
+        JsonlRow { "line_zero", changed([](ClassifiedLine& line) { line.number = 0; }) },
+        JsonlRow { "every_severity_name_error",
+            changed([](ClassifiedLine& line) { line.severity = Severity::Error; }) },
+        JsonlRow {
+            "no_severity", changed([](ClassifiedLine& line) { line.severity = Severity::None; }) }),
+    [](const testing::TestParamInfo<JsonlRow>& info) { return std::string(info.param.name); });
+
+TEST(Formats, JsonlLeavesWaivedLinesOut)
+{
+    ClassifiedLine line = sampleLine();
+    line.waived = true;
+    EXPECT_TRUE(makeMessageFormat(QStringLiteral("jsonl"), {})->message(line).isEmpty());
+}
 
 TEST(Formats, AnUnknownNameHasNoFormat)
 {
