@@ -7,8 +7,8 @@
 # lines (default 1000000) with bench/generate_tool_log, then measures on that file:
 #   - FindBestMatchRule on the 20-rule engine of bench_rules: the engine's one-pass scan
 #     against the walk over all rules on QRegExp, patterns compiled once and per call;
-#   - msgfilter classify --format text against `rg -c -f` over the default rule patterns
-#     (look-ahead removed, which rg does not take);
+#   - msgfilter classify --format text, on one thread and on two, against `rg -c -f` over
+#     the default rule patterns (look-ahead removed, which rg does not take);
 #   - classify --format jsonl against --format text;
 #   - classify --format text with patterns on QRegExp alone against the automaton.
 # Wall-clock and CPU (user + system) time are both printed; on a busy machine the CPU
@@ -48,10 +48,11 @@ time_of() {
 }
 
 time_of rg rg -c -f "$work/patterns" "$work/log"
-time_of classify_text "$tool" classify --format text --color never "$work/log"
-time_of classify_jsonl "$tool" classify --format jsonl --color never "$work/log"
+time_of classify_text "$tool" classify --jobs 1 --format text --color never "$work/log"
+time_of classify_text_jobs2 "$tool" classify --jobs 2 --format text --color never "$work/log"
+time_of classify_jsonl "$tool" classify --jobs 1 --format jsonl --color never "$work/log"
 time_of classify_text_qregexp env MSGFILTER_REGEX_ENGINE=reference \
-    "$tool" classify --format text --color never "$work/log"
+    "$tool" classify --jobs 1 --format text --color never "$work/log"
 
 "$build/bench/bench_rules" --benchmark_filter='BM_FindBestMatchRule_.*/threads:1$' \
     --benchmark_format=csv 2> /dev/null > "$work/rules.csv"
@@ -68,6 +69,8 @@ awk -v f="$fast" -v c="$cached" -v p="$per_call" 'BEGIN {
     printf "  FindBestMatchRule: %.1fx the compiled-per-call path (target >= 10), %.1fx the cached path (target >= 6)\n", p / f, c / f }'
 awk -v t="$wall_classify_text" -v r="$wall_rg" -v tc="$cpu_classify_text" -v rc="$cpu_rg" 'BEGIN {
     printf "  classify --format text / rg -c -f: %.1fx wall, %.1fx cpu (target <= 5)\n", t / r, tc / rc }'
+awk -v t="$wall_classify_text_jobs2" -v r="$wall_rg" 'BEGIN {
+    printf "  classify --format text --jobs 2 / rg -c -f: %.1fx wall (target <= 3)\n", t / r }'
 awk -v q="$cpu_classify_text_qregexp" -v tc="$cpu_classify_text" 'BEGIN {
     printf "  classify --format text, QRegExp alone / automaton: %.2fx cpu\n", q / tc }'
 awk -v j="$wall_classify_jsonl" -v t="$wall_classify_text" -v jc="$cpu_classify_jsonl" -v tc="$cpu_classify_text" 'BEGIN {

@@ -2,7 +2,8 @@
 //
 // Beyond crashes and sanitizer findings it checks that the way the input is cut into
 // pieces never matters: the first byte picks a piece size, and the output (in every
-// format) and the summary must equal those of the whole input. Every line shown must
+// format) and the summary must equal those of the whole input, and so must the output of
+// the input read from a device on two threads. Every line shown must
 // also give its bytes back: as UTF-8 when it is valid UTF-8, else as Latin-1.
 
 #include "displaytext.h"
@@ -10,6 +11,7 @@
 #include "inputclassifier.h"
 #include "rulesselection.h"
 
+#include <QBuffer>
 #include <QByteArray>
 
 #include <cstddef>
@@ -47,6 +49,23 @@ Outcome classify(const QByteArray& input, int piece, const QString& format)
     return outcome;
 }
 
+// Reads the input from a device as classify reads a file, on two threads.
+QByteArray classifyDevice(const QByteArray& input, const QString& format)
+{
+    QBuffer device;
+    device.setData(input);
+    require(device.open(QIODevice::ReadOnly));
+    ClassificationSummary summary;
+    const std::unique_ptr<MessageFormat> formatter = makeMessageFormat(format, {});
+    InputClassifier classifier(*rules, *formatter, QStringLiteral("fuzz"), summary, 2);
+    QByteArray output;
+    classifier.feedAll(
+        device, [&output](const QByteArray& piece, qint64 /*bytesRead*/) { output += piece; });
+    output += classifier.finish();
+    output += formatter->finish(summary);
+    return output;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
@@ -73,6 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(pieces.summary.bySeverity == whole.summary.bySeverity);
         require(pieces.summary.byRule == whole.summary.byRule);
         require(pieces.summary.ruleWithoutSubRule == whole.summary.ruleWithoutSubRule);
+        require(classifyDevice(input, format) == whole.output);
     }
     const QString shown = displayText(input.constData(), static_cast<std::size_t>(input.size()));
     require(shown.toUtf8() == input || shown.toLatin1() == input);

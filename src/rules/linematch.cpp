@@ -10,10 +10,21 @@ RuleSpan matchRule(const ZefaMsgParserRule& rule, const std::string& line)
     return { found.position, found.length };
 }
 
-LineMatch matchLine(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, const std::string& line)
+LineMatcher::LineMatcher(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser)
+{
+    // The conditions under which FindBestMatchRule hands out no rule.
+    if (engine != nullptr && parser != nullptr && engine->isInitialized()) {
+        m_scan = RuleScanSlot::scanFor(*engine, *parser);
+    }
+}
+
+LineMatch LineMatcher::operator()(const std::string& line) const
 {
     LineMatch result;
-    const RuleScan::Best best = RuleScanSlot::findBest(engine, parser, line);
+    if (!m_scan) {
+        return result;
+    }
+    const RuleScan::Best best = m_scan->findBest(line);
     if (best.rule == nullptr) {
         return result;
     }
@@ -33,6 +44,11 @@ LineMatch matchLine(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, cons
     result.id = sub.id;
     RuleScan::appendFields(sub, found.match, result.fields);
     return result;
+}
+
+LineMatch matchLine(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, const std::string& line)
+{
+    return LineMatcher(engine, parser)(line);
 }
 
 } // namespace zefa::msg_filter::impl_detail

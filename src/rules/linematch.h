@@ -4,6 +4,7 @@
 #include <msgfilter/zefamsgparserengin.h>
 #include <msgfilter/zefamsgparserrule.h>
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -32,6 +33,20 @@ struct RuleSpan {
 };
 
 RuleSpan matchRule(const ZefaMsgParserRule& rule, const std::string& line);
+
+class RuleScan;
+
+/// matchLine() for many lines of one engine rule set, from as many threads as wish: the
+/// rule set's scan is looked up once, when the matcher is made, so the rules must not
+/// change while it lives.
+class LineMatcher {
+public:
+    LineMatcher(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser);
+    LineMatch operator()(const std::string& line) const;
+
+private:
+    std::shared_ptr<const RuleScan> m_scan; ///< null when no rule can match
+};
 
 /// FindBestMatchRule(engine, parser, line), then matchSubRule on the rule it picks, in one
 /// call with the same answers. Null arguments give an empty result, as they give null.

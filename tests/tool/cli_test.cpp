@@ -44,13 +44,14 @@ TEST(Errors, BadUsageAndUnusableFilesExitWithTwoAndOneLine)
             .replace(QStringLiteral("%W"), testData("tool/rules/wrong-root.xml"));
     };
     const std::pair<const char*, const char*> rows[] = {
-        { "", "Usage: msgfilter COMMAND" },
         { "clasify", "msgfilter: unknown command 'clasify'" },
         { "classify --colour never", "msgfilter classify: Unknown option 'colour'" },
         { "classify --rules", "msgfilter classify: Missing value after '--rules'" },
         { "classify --format xml", "unknown format 'xml'" },
         { "classify --fail-on fatal", "unknown severity 'fatal'" },
         { "classify --color sometimes", "unknown colour mode 'sometimes'" },
+        { "classify --jobs 0 %L", "--jobs expects a number of at least 1, not '0'" },
+        { "report --jobs many --output %D/r.html %L", "not 'many'" },
         { "classify %L %M", "msgfilter classify: cannot read '%M'" },
         { "classify --rules %M %L", "msgfilter classify: cannot read rules '%M'" },
         { "classify --rules %B %L", "the rules in '%B' do not load" },
@@ -73,14 +74,13 @@ TEST(Errors, BadUsageAndUnusableFilesExitWithTwoAndOneLine)
         for (const QString& word : words(arguments)) {
             expanded << expand(word);
         }
-        const ToolResult result = runTool(expanded);
-        EXPECT_EQ(result.exitCode, 2);
-        EXPECT_EQ(result.out, "");
-        EXPECT_THAT(result.err, HasSubstr(expand(QString::fromUtf8(message)).toStdString()));
-        if (!expanded.isEmpty()) {
-            EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
-        }
+        expectRefused(expanded, expand(QString::fromUtf8(message)));
     }
+    // Without a command, the usage goes to standard error.
+    const ToolResult bare = runTool({});
+    EXPECT_EQ(bare.exitCode, 2);
+    EXPECT_EQ(bare.out, "");
+    EXPECT_THAT(bare.err, StartsWith("Usage: msgfilter COMMAND"));
 }
 
 // Each file's findings, with line and column, are in a file beside it, FILE standing for

@@ -36,6 +36,15 @@ ToolResult runTool(const QStringList& arguments, const QByteArray& input, const 
     return { process.exitCode(), process.readAllStandardOutput().toStdString(),
         process.readAllStandardError().toStdString() };
 }
+
+void expectRefused(const QStringList& arguments, const QString& message)
+{
+    const ToolResult result = runTool(arguments);
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_NE(result.err.find(message.toStdString()), std::string::npos) << result.err;
+    EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
+}
 #endif
 
 QStringList words(const char* text)

@@ -23,6 +23,9 @@ struct ToolResult {
 /// unset when that is empty, so that only --rules or the source tree decides the rules.
 ToolResult runTool(
     const QStringList& arguments, const QByteArray& input = {}, const QString& dataPath = {});
+/// Runs the built tool and expects it refused: exit 2, nothing on standard output, and
+/// one line on standard error that holds `message`.
+void expectRefused(const QStringList& arguments, const QString& message);
 #endif
 
 /// The words of `text`, split at spaces: arguments written short.

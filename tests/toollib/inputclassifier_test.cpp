@@ -1,6 +1,6 @@
-// Classifying one input in process with the default rules: how the input is cut into
-// pieces never changes the result, line numbers survive the filter's renewal, and what
-// the summary counts.
+// Classifying one input in process with the default rules: neither how the input is cut
+// into pieces nor how many threads read it changes the result, line numbers stay right
+// over long inputs, and what the summary counts.
 
 #include "formats/messageformat.h"
 #include "inputclassifier.h"
@@ -106,6 +106,45 @@ TEST(InputClassifier, ReadsADeviceWithItsNulBytesAndReportsProgress)
         "-:1: Warning [keyword-message] Warning: a\\x00b\n-:3: Error [keyword-message] ERROR: "
         "last\n");
     EXPECT_EQ(classifier.lines(), 3);
+}
+
+// Reads `input` from a device on `jobs` threads, as classify reads a file.
+Result classifyDevice(const QByteArray& input, int jobs, const char* format)
+{
+    QBuffer device;
+    device.setData(input);
+    EXPECT_TRUE(device.open(QIODevice::ReadOnly));
+    Result result;
+    const std::unique_ptr<MessageFormat> formatter =
+        makeMessageFormat(QString::fromUtf8(format), {});
+    InputClassifier classifier(
+        defaultRules(), *formatter, QStringLiteral("in.log"), result.summary, jobs);
+    classifier.feedAll(
+        device, [&](const QByteArray& piece, qint64 /*bytesRead*/) { result.output += piece; });
+    result.output += classifier.finish();
+    result.output += formatter->finish(result.summary);
+    return result;
+}
+
+// The whole corpus as one input of many pieces, so that several are read at once and
+// lines are numbered across them.
+TEST(InputClassifier, SeveralJobsGiveTheBytesOfOne)
+{
+    QByteArray input;
+    for (const QString& log : toolrunner::corpusLogs()) {
+        input += toolrunner::readAll(log);
+    }
+    ASSERT_GT(input.size(), 4 * 1024 * 1024);
+    for (const char* format : { "text", "jsonl" }) {
+        const Result one = classifyDevice(input, 1, format);
+        for (int jobs : { 2, 5 }) {
+            const Result several = classifyDevice(input, jobs, format);
+            EXPECT_TRUE(several.output == one.output) << format << " with " << jobs << " jobs";
+            EXPECT_EQ(several.summary.lines, one.summary.lines);
+            EXPECT_EQ(several.summary.byRule, one.summary.byRule);
+            EXPECT_EQ(several.summary.ruleWithoutSubRule, one.summary.ruleWithoutSubRule);
+        }
+    }
 }
 
 struct SummaryRow {

@@ -20,7 +20,9 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <QThread>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -65,6 +67,8 @@ const QString kHelp = QStringLiteral(
     "  --source-root DIR     Paths below DIR are written relative to it in reports.\n"
     "  --color WHEN          Colour severities: auto (on a terminal), always, never\n"
     "                        (default: auto).\n"
+    "  --jobs N              Read the input on N threads; the output is the same\n"
+    "                        (default: %1, the machine's cores).\n"
     "  -h, --help            Show this help.\n"
     "\n"
     "A line's severity comes from the type of its rule and sub-rule: 'error' or '@E'\n"
@@ -101,6 +105,8 @@ const QString kReportHelp = QStringLiteral(
     "  --filters FILE        A filter file of the store's format: the messages its\n"
     "                        filter hides are waived, shown apart on the page.\n"
     "  --filter NAME         The filter of --filters to apply (default: the active one).\n"
+    "  --jobs N              Read the input on N threads; the page is the same\n"
+    "                        (default: %1, the machine's cores).\n"
     "  -h, --help            Show this help.\n"
     "\n"
     "Exit status: 0 success, 1 a line at or above --fail-on or a new one at or above\n"
@@ -120,6 +126,7 @@ struct Options {
     FormatOptions formatOptions;
     QStringList inputs;
     QString output; ///< the page of msgfilter report
+    int jobs = 1;
 };
 
 // The page's description of the run: what is classified, with which rules, and when.
@@ -174,10 +181,15 @@ bool parseOptions(const char* command, const QStringList& arguments, Options& op
     const QCommandLineOption color(
         QStringLiteral("color"), QString(), QStringLiteral("WHEN"), QStringLiteral("auto"));
     const QCommandLineOption output(QStringLiteral("output"), QString(), QStringLiteral("FILE"));
-    parser.addOptions({ rules, target, engine, failOn, baseline, failOnNew, filters, filter });
+    const int cores = std::max(1, QThread::idealThreadCount());
+    const QCommandLineOption jobs(
+        QStringLiteral("jobs"), QString(), QStringLiteral("N"), QString::number(cores));
+    parser.addOptions(
+        { rules, target, engine, failOn, baseline, failOnNew, filters, filter, jobs });
     parser.addOptions(report ? QList<QCommandLineOption> { output }
                              : QList<QCommandLineOption> { format, summary, sourceRoot, color });
-    if (!parseCommandLine(parser, command, report ? kReportHelp : kHelp, arguments, status)) {
+    if (!parseCommandLine(
+            parser, command, (report ? kReportHelp : kHelp).arg(cores), arguments, status)) {
         return false;
     }
     const auto usage = [&status, command](const QString& message) {
@@ -197,6 +209,12 @@ bool parseOptions(const char* command, const QStringList& arguments, Options& op
         }
         return true;
     };
+    bool jobsValid = false;
+    options.jobs = parser.value(jobs).toInt(&jobsValid);
+    if (!jobsValid || options.jobs < 1) {
+        return usage(QStringLiteral("--jobs expects a number of at least 1, not '%1'")
+                         .arg(parser.value(jobs)));
+    }
     FormatOptions& formatOptions = options.formatOptions;
     options.rules = parser.value(rules);
     options.target = parser.value(target);
@@ -357,7 +375,7 @@ int classifyCommand(const char* command, const QStringList& arguments)
         const QString& name = options.inputs.at(static_cast<int>(index));
         QFile& file = *files[index];
         const qint64 total = file.isSequential() ? 0 : file.size();
-        InputClassifier classifier(rules, *formatter, name, summary);
+        InputClassifier classifier(rules, *formatter, name, summary, options.jobs);
         classifier.setReview(reviewed ? &review : nullptr);
         classifier.feedAll(file, [&](const QByteArray& output, qint64 done) {
             write(output);

@@ -1,149 +1,107 @@
 #include "inputclassifier.h"
 
-#include "displaytext.h"
 #include "formats/messageformat.h"
-#include "messagedescription.h"
 #include "messagereview.h"
 
 #include <QIODevice>
 
 #include <algorithm>
+#include <deque>
+#include <future>
+#include <utility>
 
 namespace zefa::msg_filter::tool {
 
 namespace {
 
-// Input is read, and handed to the filter, in pieces of this size.
+// Input is read, and read by the rules, in pieces of this size.
 constexpr qint64 kChunkBytes = 256 * 1024;
-
-// The line as the user sees it: without its line feed or a carriage return before it.
-std::string withoutLineEnd(const std::string& line)
-{
-    std::string text = line;
-    while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) {
-        text.pop_back();
-    }
-    return text;
-}
 
 } // namespace
 
 InputClassifier::InputClassifier(const RulesSelection& rules, MessageFormat& format, QString name,
-    ClassificationSummary& summary)
-    : m_rules(rules)
+    ClassificationSummary& summary, int jobs)
+    : m_reader(rules)
     , m_format(format)
     , m_name(std::move(name))
     , m_summary(summary)
+    , m_jobs(std::max(1, jobs))
 {
-    m_filter.startFilter(m_rules.targetName.c_str());
-    m_filter.startEngin(m_rules.engineName.c_str());
 }
 
-InputClassifier::~InputClassifier() = default;
-
-QByteArray InputClassifier::feed(const QByteArray& chunk)
+QByteArray InputClassifier::takeCompleteLines(const QByteArray& chunk)
 {
     m_partial.append(chunk);
     const int lastLineFeed = m_partial.lastIndexOf('\n');
     if (lastLineFeed < 0) {
         return {};
     }
-    const QByteArray complete = m_partial.left(lastLineFeed + 1);
+    QByteArray complete = m_partial.left(lastLineFeed + 1);
     m_partial.remove(0, lastLineFeed + 1);
-    m_filter.filterMessage(complete.constData(), static_cast<std::size_t>(complete.size()));
-    return drain();
+    return complete;
+}
+
+QByteArray InputClassifier::feed(const QByteArray& chunk)
+{
+    return report(m_reader.read(takeCompleteLines(chunk)));
 }
 
 QByteArray InputClassifier::finish()
 {
-    if (!m_partial.isEmpty()) {
-        m_filter.filterMessage(m_partial.constData(), static_cast<std::size_t>(m_partial.size()));
-        m_partial.clear();
-    }
-    m_filter.endFilter();
-    return drain();
+    return report(m_reader.read(std::exchange(m_partial, {})));
 }
 
 void InputClassifier::feedAll(QIODevice& input,
     const std::function<void(const QByteArray& output, qint64 bytesRead)>& written)
 {
+    // Pieces being read by the rules, oldest first, with the bytes read up to each.
+    std::deque<std::pair<std::future<LineBatch>, qint64>> reading;
+    const auto reportOldest = [&]() {
+        auto [batch, bytesRead] = std::move(reading.front());
+        reading.pop_front();
+        written(report(batch.get()), bytesRead);
+    };
     qint64 done = 0;
     while (true) {
         const QByteArray chunk = input.read(kChunkBytes);
         if (chunk.isEmpty()) {
-            return;
+            break;
         }
         done += chunk.size();
-        written(feed(chunk), done);
+        if (m_jobs == 1) {
+            written(feed(chunk), done);
+            continue;
+        }
+        reading.emplace_back(
+            std::async(std::launch::async,
+                [this, lines = takeCompleteLines(chunk)]() { return m_reader.read(lines); }),
+            done);
+        while (static_cast<int>(reading.size()) > m_jobs) {
+            reportOldest();
+        }
+    }
+    while (!reading.empty()) {
+        reportOldest();
     }
 }
 
-// Takes the results over from the filter, so that memory stays flat on long inputs.
-QByteArray InputClassifier::drain()
+QByteArray InputClassifier::report(LineBatch batch)
 {
+    const long long first = m_lineNumber + 1;
+    m_lineNumber += batch.lines;
+    m_summary.lines += batch.lines;
+    m_summary.ruleWithoutSubRule += batch.ruleWithoutSubRule;
     QByteArray output;
-    for (const ZefaMsgFilter::ParsResult& result : m_filter.takeResults()) {
-        ++m_lineNumber;
-        output += report(result);
+    for (LineBatch::Recognised& recognised : batch.recognised) {
+        recognised.line.file = m_name;
+        recognised.line.number = first + recognised.index;
+        output += report(recognised.line, recognised.rule);
     }
     return output;
 }
 
-// The type of the rule as the file defines it: the result's type is longer exactly
-// when a sub-rule matched too.
-const std::string& InputClassifier::ruleType(const std::string& rule)
+QByteArray InputClassifier::report(ClassifiedLine& line, const std::string& rule)
 {
-    auto found = m_ruleTypes.find(rule);
-    if (found == m_ruleTypes.end()) {
-        const impl_detail::ZefaMsgParserRule* definition = m_rules.rules->getRule(rule);
-        found = m_ruleTypes.emplace(rule, definition ? definition->getType() : std::string()).first;
-    }
-    return found->second;
-}
-
-Severity InputClassifier::severityOf(const ZefaMsgFilter::ParsResult& result)
-{
-    if (result.rule.empty()) {
-        return Severity::None;
-    }
-    if (result.isNewMessage) {
-        std::string type;
-        for (const auto& [name, value] : result.fields) {
-            if (name == "type") {
-                type = value;
-            }
-        }
-        return severityOfType(type);
-    }
-    const std::size_t ruleTypeSize = ruleType(result.rule).size();
-    if (result.type.size() <= ruleTypeSize) {
-        ++m_summary.ruleWithoutSubRule;
-        return Severity::None;
-    }
-    // The result's type is "rule type:sub-rule type"; the engine side reads the sub-rule's
-    // type alone, and a rule type holding "error" must not make every line an error.
-    return severityOfType(result.type.substr(ruleTypeSize + 1));
-}
-
-QByteArray InputClassifier::report(const ZefaMsgFilter::ParsResult& result)
-{
-    ++m_summary.lines;
-    const Severity severity = severityOf(result);
-    if (severity == Severity::None) {
-        return {};
-    }
-    const LineDecoder decode(withoutLineEnd(result.message));
-    ClassifiedLine line;
-    line.file = m_name;
-    line.number = m_lineNumber;
-    line.severity = severity;
-    line.rule = displayText(result.rule);
-    line.type = displayText(result.type);
-    for (const auto& [name, value] : result.fields) {
-        line.fields.emplace_back(displayText(name), decode(value));
-    }
-    line.text = decode.line();
-    describeMessage(line);
     if (m_review != nullptr) {
         m_review->review(line);
     }
@@ -152,13 +110,13 @@ QByteArray InputClassifier::report(const ZefaMsgFilter::ParsResult& result)
         ++m_summary.waived;
         return m_format.message(line);
     }
-    const auto index = static_cast<size_t>(severity);
+    const auto index = static_cast<size_t>(line.severity);
     ++m_summary.bySeverity[index];
-    ++m_summary.byRule[result.rule][index];
-    m_summary.highest = std::max(m_summary.highest, severity);
+    ++m_summary.byRule[rule][index];
+    m_summary.highest = std::max(m_summary.highest, line.severity);
     if (line.baseline == BaselineState::New) {
         ++m_summary.newMessages;
-        m_summary.highestNew = std::max(m_summary.highestNew, severity);
+        m_summary.highestNew = std::max(m_summary.highestNew, line.severity);
     } else if (line.baseline == BaselineState::Known) {
         ++m_summary.knownMessages;
     }

@@ -1,16 +1,13 @@
 #pragma once
 
 #include "classification.h"
+#include "linereader.h"
 #include "rulesselection.h"
-
-#include <msgfilter/msgfilter.h>
 
 #include <QByteArray>
 #include <QString>
 
 #include <functional>
-#include <map>
-#include <string>
 
 class QIODevice;
 
@@ -23,12 +20,14 @@ class MessageReview;
 /// rules recognise to a format.
 ///
 /// Lines are numbered from 1 per input; a last line without a line feed counts too.
-/// Every line is added to the summary, which several inputs may share.
+/// Every line is added to the summary, which several inputs may share. With more than one
+/// job, feedAll() reads pieces of the input on that many threads at once; review,
+/// counting and formatting stay on the calling thread, in input order, so the output is
+/// the same bytes for any number of jobs.
 class InputClassifier {
 public:
     InputClassifier(const RulesSelection& rules, MessageFormat& format, QString name,
-        ClassificationSummary& summary);
-    ~InputClassifier();
+        ClassificationSummary& summary, int jobs = 1);
     InputClassifier(const InputClassifier&) = delete;
     InputClassifier& operator=(const InputClassifier&) = delete;
 
@@ -54,20 +53,20 @@ public:
     void setReview(MessageReview* review) { m_review = review; }
 
 private:
-    QByteArray drain();
-    const std::string& ruleType(const std::string& rule);
-    Severity severityOf(const ZefaMsgFilter::ParsResult& result);
-    QByteArray report(const ZefaMsgFilter::ParsResult& result);
+    /// The complete lines of what arrived so far; the partial last line stays behind.
+    QByteArray takeCompleteLines(const QByteArray& chunk);
+    /// Numbers, reviews, counts and formats a batch's lines.
+    QByteArray report(LineBatch batch);
+    QByteArray report(ClassifiedLine& line, const std::string& rule);
 
-    const RulesSelection& m_rules;
+    const LineReader m_reader;
     MessageFormat& m_format;
     const QString m_name;
     ClassificationSummary& m_summary;
+    const int m_jobs;
     MessageReview* m_review = nullptr;
-    ZefaMsgFilter m_filter;
     long long m_lineNumber = 0;
     QByteArray m_partial;
-    std::map<std::string, std::string> m_ruleTypes;
 };
 
 } // namespace zefa::msg_filter::tool

@@ -56,4 +56,19 @@ bool parseSeverity(const QString& text, Severity& severity)
     return false;
 }
 
+QString reportLevel(Severity severity, const QString& lowest)
+{
+    switch (severity) {
+    case Severity::Error:
+    case Severity::CriticalWarning:
+        return QStringLiteral("error");
+    case Severity::Warning:
+        return QStringLiteral("warning");
+    case Severity::Info:
+    case Severity::None:
+        break;
+    }
+    return lowest;
+}
+
 } // namespace zefa::msg_filter::tool

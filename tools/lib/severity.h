@@ -21,6 +21,11 @@ Severity severityOfType(const std::string& type);
 /// "Error", "Critical Warning", "Warning", "Info", or "" for None.
 QString severityName(Severity severity);
 
+/// The level a CI report gives a message: "error" for an error or a critical warning
+/// (tools print one where the design is likely not what was meant: timing not met, a
+/// constraint ignored), "warning", else the report's own word for the lowest level.
+QString reportLevel(Severity severity, const QString& lowest);
+
 /// Reads "error", "critical-warning", "warning" or "info" in any case, as an option
 /// value is written.
 bool parseSeverity(const QString& text, Severity& severity);

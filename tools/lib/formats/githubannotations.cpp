@@ -2,25 +2,6 @@
 
 namespace zefa::msg_filter::tool {
 
-namespace {
-
-QString commandName(Severity severity)
-{
-    switch (severity) {
-    case Severity::Error:
-    case Severity::CriticalWarning:
-        return QStringLiteral("error");
-    case Severity::Warning:
-        return QStringLiteral("warning");
-    case Severity::Info:
-    case Severity::None:
-        break;
-    }
-    return QStringLiteral("notice");
-}
-
-} // namespace
-
 GithubAnnotations::GithubAnnotations(SourceUri paths)
     : m_paths(std::move(paths))
 {
@@ -54,8 +35,8 @@ QString GithubAnnotations::command(const ClassifiedLine& message) const
         properties += QStringLiteral(",col=") + QString::number(message.sourceColumn);
     }
     properties += QStringLiteral(",title=") + escapeProperty(message.id);
-    return QStringLiteral("::") + commandName(message.severity) + QLatin1Char(' ') + properties
-        + QStringLiteral("::") + escapeData(message.message);
+    return QStringLiteral("::") + reportLevel(message.severity, QStringLiteral("notice"))
+        + QLatin1Char(' ') + properties + QStringLiteral("::") + escapeData(message.message);
 }
 
 void GithubAnnotations::write(const std::vector<ClassifiedLine>& messages, QIODevice& device) const

@@ -16,21 +16,9 @@ const QString kSchema = QStringLiteral(
 const QString kSourceRootId = QStringLiteral("SRCROOT");
 const QString kFingerprintName = QStringLiteral("messageKey/v1");
 
-// A critical warning counts as an error: tools print one where the design is likely not
-// what was meant (timing not met, a constraint ignored).
 QString sarifLevel(Severity severity)
 {
-    switch (severity) {
-    case Severity::Error:
-    case Severity::CriticalWarning:
-        return QStringLiteral("error");
-    case Severity::Warning:
-        return QStringLiteral("warning");
-    case Severity::Info:
-    case Severity::None:
-        break;
-    }
-    return QStringLiteral("note");
+    return reportLevel(severity, QStringLiteral("note"));
 }
 
 // What a later run needs to read this one back as its baseline, or to waive it.
