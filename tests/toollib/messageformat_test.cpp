@@ -190,6 +190,64 @@ TEST(Formats, JsonlLeavesWaivedLinesOut)
     EXPECT_TRUE(makeMessageFormat(QStringLiteral("jsonl"), {})->message(line).isEmpty());
 }
 
+// The text format prints the line as it is, with controls made visible, in UTF-8.
+struct TextRow {
+    const char* name;
+    QString file;
+    QString text;
+    std::string expected;
+};
+
+void PrintTo(const TextRow& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class TextLines : public testing::TestWithParam<TextRow> { };
+
+TEST_P(TextLines, PrintExactly)
+{
+    const TextRow& row = GetParam();
+    ClassifiedLine line = sampleLine();
+    line.file = row.file;
+    line.text = row.text;
+    line.severity = Severity::Warning;
+    line.rule = QStringLiteral("r");
+    EXPECT_EQ(
+        makeMessageFormat(QStringLiteral("text"), {})->message(line).toStdString(), row.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, TextLines,
+    testing::Values(TextRow { "controls_escaped_tab_kept", QStringLiteral("a.log"),
+                        fromCodes({ 'a', 1, 'b', 0x1b, 'c', 0x7f, 'd', '\t', 'e', '\r', 0 }),
+                        "a.log:12: Warning [r] a\\x01b\\x1Bc\\x7Fd\te\\x0D\\x00\n" },
+        TextRow { "latin1_and_wider_characters", QStringLiteral("a.log"),
+            fromCodes({ 0xe9, 0xa0, 0x20ac, 0xfffd }),
+            "a.log:12: Warning [r] \xc3\xa9\xc2\xa0\xe2\x82\xac\xef\xbf\xbd\n" },
+        TextRow { "surrogate_pair", QStringLiteral("a.log"), fromCodes({ 0xd83d, 0xde00 }),
+            "a.log:12: Warning [r] \xf0\x9f\x98\x80\n" },
+        TextRow { "lone_surrogate", QStringLiteral("a.log"), fromCodes({ 'x', 0xd800, 'y' }),
+            "a.log:12: Warning [r] x?y\n" },
+        TextRow { "control_in_file_name", fromCodes({ 'a', 0x1b, '.', 'l' }), QStringLiteral("t"),
+            "a\\x1B.l:12: Warning [r] t\n" },
+        // The name's "%1" takes the line number, and the later markers shift along.
+        TextRow { "percent_marker_in_file_name", QStringLiteral("run%1.log"), QStringLiteral("t"),
+            "run12.log:Warning: r [%4] t\n" }),
+    [](const testing::TestParamInfo<TextRow>& info) { return std::string(info.param.name); });
+
+TEST(Formats, TextNamesTheFileOfEachMessage)
+{
+    const std::unique_ptr<MessageFormat> format = makeMessageFormat(QStringLiteral("text"), {});
+    ClassifiedLine line = sampleLine();
+    line.text = QStringLiteral("t");
+    std::string printed = format->message(line).toStdString();
+    line.file = QStringLiteral("second.log");
+    printed += format->message(line).toStdString();
+    EXPECT_EQ(printed,
+        "logs/run 1.log:12: Critical Warning [bracket-tag-message] t\n"
+        "second.log:12: Critical Warning [bracket-tag-message] t\n");
+}
+
 TEST(Formats, AnUnknownNameHasNoFormat)
 {
     EXPECT_FALSE(isMessageFormat(QStringLiteral("xml")));

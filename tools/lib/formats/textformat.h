@@ -17,6 +17,9 @@ public:
 private:
     bool m_color;
     const MessageReview* m_review;
+    // The last file name and how it prints: every message of an input names the same.
+    QString m_file;
+    QByteArray m_visibleFile;
 };
 
 } // namespace zefa::msg_filter::tool
