@@ -58,6 +58,7 @@ struct Node {
         EndOfText,
         Assertion, ///< look-ahead or word boundary: zero width, not carried over
         BackReference, ///< not carried over
+        Capture, ///< children[0], its text kept as capture group `capture`
     };
 
     explicit Node(Kind nodeKind = Kind::Sequence)
@@ -70,6 +71,7 @@ struct Node {
     std::vector<Node> children;
     int min = 0;
     int max = 0;
+    int capture = 0; ///< the group's number, for a Capture
 };
 
 // Reads the dialect with the reference engine's own tokenizing rules (which characters
@@ -234,8 +236,9 @@ private:
 
     Node parseGroup()
     {
-        Node::Kind kind = Node::Kind::Sequence;
+        Node::Kind kind = Node::Kind::Capture;
         if (!atEnd() && peek() == '?') {
+            kind = Node::Kind::Sequence;
             ++m_position;
             if (atEnd()) {
                 fail();
@@ -250,6 +253,8 @@ private:
                 return Node();
             }
         }
+        // Groups are numbered in the order they open.
+        const int number = kind == Node::Kind::Capture ? ++m_captureCount : 0;
         Node inner = parseAlternation();
         if (m_failed || atEnd() || peek() != ')') {
             fail();
@@ -258,6 +263,12 @@ private:
         ++m_position;
         if (kind == Node::Kind::Assertion) {
             return Node(Node::Kind::Assertion);
+        }
+        if (kind == Node::Kind::Capture) {
+            Node capture(Node::Kind::Capture);
+            capture.capture = number;
+            capture.children.push_back(std::move(inner));
+            return capture;
         }
         return inner;
     }
@@ -358,6 +369,7 @@ private:
     const QString& m_pattern;
     bool m_caseSensitive;
     int m_position = 0;
+    int m_captureCount = 0;
     bool m_failed = false;
 };
 
@@ -382,6 +394,8 @@ private:
         switch (node.kind) {
         case Node::Kind::Bytes:
             return appendBytes(node.bytes, out);
+        case Node::Kind::Capture:
+            return append(node.children.front(), out, repeatDepth);
         case Node::Kind::Sequence:
             for (const Node& child : node.children) {
                 if (!append(child, out, repeatDepth)) {
@@ -486,6 +500,201 @@ private:
     bool m_exact = true;
 };
 
+// Builds the position automaton of a tree for a CaptureReader: one state per character
+// set, repetitions with counts written out as that many copies.
+class CaptureReaderBuilder {
+public:
+    std::shared_ptr<const CaptureReader> build(const Node& root)
+    {
+        std::vector<const Node*> parts;
+        if (root.kind == Node::Kind::Sequence) {
+            for (const Node& child : root.children) {
+                parts.push_back(&child);
+            }
+        } else {
+            parts.push_back(&root);
+        }
+        // A match the search found already stands where its anchors allow.
+        if (!parts.empty() && parts.front()->kind == Node::Kind::StartOfText) {
+            parts.erase(parts.begin());
+        }
+        if (!parts.empty() && parts.back()->kind == Node::Kind::EndOfText) {
+            parts.pop_back();
+        }
+        Piece whole = empty();
+        for (const Node* part : parts) {
+            whole = sequence(whole, piece(*part, 0));
+        }
+        if (m_failed || m_groupMayBeEmpty.size() > 64) {
+            return nullptr;
+        }
+        for (const bool known : m_groupKnown) {
+            if (!known) {
+                return nullptr;
+            }
+        }
+        return std::make_shared<const CaptureReader>(
+            m_states, m_follow, whole.first, whole.last, m_groupMayBeEmpty);
+    }
+
+private:
+    // The largest automaton worth building; a pattern beyond it keeps QRegExp's groups.
+    static constexpr std::size_t kMostStates = 2048;
+
+    struct Piece {
+        bool mayBeEmpty = true;
+        std::vector<int> first;
+        std::vector<int> last;
+    };
+
+    static Piece empty() { return Piece {}; }
+
+    void link(const std::vector<int>& from, const std::vector<int>& to)
+    {
+        for (const int state : from) {
+            auto& next = m_follow[static_cast<std::size_t>(state)];
+            next.insert(next.end(), to.begin(), to.end());
+        }
+    }
+
+    Piece sequence(const Piece& before, const Piece& after)
+    {
+        link(before.last, after.first);
+        Piece joined;
+        joined.mayBeEmpty = before.mayBeEmpty && after.mayBeEmpty;
+        joined.first = before.first;
+        if (before.mayBeEmpty) {
+            joined.first.insert(joined.first.end(), after.first.begin(), after.first.end());
+        }
+        joined.last = after.last;
+        if (after.mayBeEmpty) {
+            joined.last.insert(joined.last.end(), before.last.begin(), before.last.end());
+        }
+        return joined;
+    }
+
+    static Piece either(Piece one, const Piece& other)
+    {
+        one.mayBeEmpty = one.mayBeEmpty || other.mayBeEmpty;
+        one.first.insert(one.first.end(), other.first.begin(), other.first.end());
+        one.last.insert(one.last.end(), other.last.begin(), other.last.end());
+        return one;
+    }
+
+    Piece piece(const Node& node, std::uint64_t groups)
+    {
+        if (m_failed) {
+            return empty();
+        }
+        switch (node.kind) {
+        case Node::Kind::Bytes: {
+            if (m_states.size() >= kMostStates) {
+                m_failed = true;
+                return empty();
+            }
+            const int state = static_cast<int>(m_states.size());
+            m_states.push_back({ node.bytes, groups });
+            m_follow.emplace_back();
+            Piece single;
+            single.mayBeEmpty = false;
+            single.first = { state };
+            single.last = { state };
+            return single;
+        }
+        case Node::Kind::Capture: {
+            const auto index = static_cast<std::size_t>(node.capture - 1);
+            if (index >= 64) {
+                m_failed = true;
+                return empty();
+            }
+            if (m_groupMayBeEmpty.size() <= index) {
+                m_groupMayBeEmpty.resize(index + 1, false);
+                m_groupKnown.resize(index + 1, false);
+            }
+            Piece inner = piece(node.children.front(), groups | (std::uint64_t { 1 } << index));
+            m_groupMayBeEmpty[index] = inner.mayBeEmpty;
+            m_groupKnown[index] = true;
+            return inner;
+        }
+        case Node::Kind::Sequence: {
+            Piece joined = empty();
+            for (const Node& child : node.children) {
+                joined = sequence(joined, piece(child, groups));
+            }
+            return joined;
+        }
+        case Node::Kind::Alternation: {
+            Piece any = piece(node.children.front(), groups);
+            for (std::size_t index = 1; index < node.children.size(); ++index) {
+                any = either(std::move(any), piece(node.children[index], groups));
+            }
+            return any;
+        }
+        case Node::Kind::Repeat:
+            return repeat(node, groups);
+        case Node::Kind::StartOfText:
+        case Node::Kind::EndOfText:
+        case Node::Kind::Assertion:
+        case Node::Kind::BackReference:
+            break;
+        }
+        m_failed = true;
+        return empty();
+    }
+
+    // x{m,n} as m copies of x, then n - m nested optional copies, or a looping copy when
+    // n is unbounded. A group would be copied, and read once per pass: left to QRegExp.
+    Piece repeat(const Node& node, std::uint64_t groups)
+    {
+        const Node& child = node.children.front();
+        if (node.max == 0) {
+            m_failed = m_failed || holdsCapture(child);
+            return empty();
+        }
+        if (node.max > 1 && holdsCapture(child)) {
+            m_failed = true;
+            return empty();
+        }
+        Piece joined = empty();
+        for (int copy = 0; copy < node.min; ++copy) {
+            joined = sequence(joined, piece(child, groups));
+        }
+        if (node.max == kUnbounded) {
+            Piece loop = piece(child, groups);
+            link(loop.last, loop.first);
+            loop.mayBeEmpty = true;
+            return sequence(joined, loop);
+        }
+        // The optional copies, innermost first: (x(x(x)?)?)?
+        Piece optional = empty();
+        for (int copy = node.min; copy < node.max; ++copy) {
+            Piece one = piece(child, groups);
+            optional = sequence(one, optional);
+            optional.mayBeEmpty = true;
+        }
+        return sequence(joined, optional);
+    }
+
+    static bool holdsCapture(const Node& node)
+    {
+        if (node.kind == Node::Kind::Capture) {
+            return true;
+        }
+        for (const Node& child : node.children) {
+            if (holdsCapture(child)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    std::vector<CaptureReader::State> m_states;
+    std::vector<std::vector<int>> m_follow;
+    std::vector<bool> m_groupMayBeEmpty;
+    std::vector<bool> m_groupKnown;
+    bool m_failed = false;
+};
+
 } // namespace
 
 TranslatedPattern translatePattern(const QString& pattern, bool caseSensitive)
@@ -503,6 +712,9 @@ TranslatedPattern translatePattern(const QString& pattern, bool caseSensitive)
     translated.fidelity =
         writer.exact() ? TranslatedPattern::Fidelity::Exact : TranslatedPattern::Fidelity::Superset;
     translated.text = std::move(text);
+    if (writer.exact()) {
+        translated.captures = CaptureReaderBuilder().build(*tree);
+    }
     return translated;
 }
 
