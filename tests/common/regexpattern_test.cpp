@@ -143,13 +143,20 @@ TEST(PatternSet, LeavesOutOnlyPatternsThatCannotMatch)
     const RegexPattern lookAhead(QStringLiteral("x(?=y)"));
     const RegexPattern tooLong(QStringLiteral("z{1001}"));
     const RegexPattern invalid(QStringLiteral("("));
-    const PatternSet set({ &error, &warning, &lookAhead, &tooLong, &invalid });
+    const RegexPattern anchoredBranch(QStringLiteral("^ab|cd"));
+    const RegexPattern spacedStart(QStringLiteral("^\\s*INFO"));
+    const PatternSet set(
+        { &error, &warning, &lookAhead, &tooLong, &invalid, &anchoredBranch, &spacedStart });
     const std::tuple<const char*, std::string, std::vector<int>> rows[] = {
         // The look-ahead pattern is screened without its look-ahead; the others always go.
         { "nothing screened matches", "plain", { 3, 4 } },
         { "anchored pattern away from the start", "a ERROR: WARNING", { 1, 3, 4 } },
         { "both, in index order", "ERROR: WARNING", { 0, 1, 3, 4 } },
         { "screen wider than the pattern", "xz", { 2, 3, 4 } },
+        { "only one alternative anchored", "- cd", { 3, 4, 5 } },
+        { "anchored alternative at the start", "ab", { 3, 4, 5 } },
+        { "anchored pattern after blanks and a line feed", " \n INFO WARNING", { 1, 3, 4, 6 } },
+        { "anchored pattern behind its start", "- INFO", { 3, 4 } },
     };
     for (const auto& [name, text, expected] : rows) {
         SCOPED_TRACE(name);
