@@ -1,6 +1,6 @@
 #include "capturereader.h"
 
-#include <bitset>
+#include <algorithm>
 
 namespace zefa::msg_filter::impl_detail {
 
@@ -48,48 +48,63 @@ CaptureReader::CaptureReader(const std::vector<State>& states,
     }
 }
 
-bool CaptureReader::read(
-    std::string_view latin1, int position, int length, QStringList& captures) const
+namespace {
+
+// What one read works on, kept per thread so that reading allocates nothing once warm.
+struct Scratch {
+    std::vector<std::size_t> path;
+    std::vector<int> begin;
+    std::vector<int> end;
+    std::vector<int> read;
+};
+
+} // namespace
+
+// The one state of each character on the only way through the stretch; false when
+// there is none or more than one. `Words` is the size of a set of states when known at
+// compile time (most patterns need one or two words), 0 when only `words` tells.
+template <std::size_t Words>
+bool CaptureReader::findPath(
+    const unsigned char* text, std::size_t size, std::vector<std::size_t>& path) const
 {
-    if (length <= 0 || m_words == 0) {
-        return false;
-    }
-    const auto size = static_cast<std::size_t>(length);
-    const auto* text = reinterpret_cast<const unsigned char*>(latin1.data()) + position;
+    const std::size_t words = Words != 0 ? Words : m_words;
+    thread_local std::vector<Word> reachTable;
+    thread_local std::vector<Word> followingTable;
     // reach[i]: the states that may read character i, coming from the start.
-    thread_local std::vector<Word> reach;
-    reach.assign(size * m_words, 0);
+    reachTable.resize(size * words);
+    followingTable.resize(words);
+    Word* const reach = reachTable.data();
+    Word* const following = followingTable.data();
     const Word* bytes = row(m_byteStates, text[0]);
-    for (std::size_t word = 0; word < m_words; ++word) {
+    for (std::size_t word = 0; word < words; ++word) {
         reach[word] = m_first[word] & bytes[word];
     }
     for (std::size_t index = 1; index < size; ++index) {
-        const Word* before = reach.data() + (index - 1) * m_words;
-        Word* now = reach.data() + index * m_words;
-        for (std::size_t word = 0; word < m_words; ++word) {
+        const Word* before = reach + (index - 1) * words;
+        std::fill(following, following + words, 0);
+        for (std::size_t word = 0; word < words; ++word) {
             for (Word bits = before[word]; bits != 0; bits &= bits - 1) {
-                const std::size_t state =
-                    word * kWordBits + static_cast<std::size_t>(__builtin_ctzll(bits));
-                const Word* next = row(m_follow, state);
-                for (std::size_t target = 0; target < m_words; ++target) {
-                    now[target] |= next[target];
+                const Word* next = row(
+                    m_follow, word * kWordBits + static_cast<std::size_t>(__builtin_ctzll(bits)));
+                for (std::size_t target = 0; target < words; ++target) {
+                    following[target] |= next[target];
                 }
             }
         }
+        Word* now = reach + index * words;
         bytes = row(m_byteStates, text[index]);
-        for (std::size_t word = 0; word < m_words; ++word) {
-            now[word] &= bytes[word];
+        for (std::size_t word = 0; word < words; ++word) {
+            now[word] = following[word] & bytes[word];
         }
     }
     // Backwards from the end, the one state of each character that leads to the end; two
     // such states mean two ways to match.
-    thread_local std::vector<std::size_t> path;
-    path.assign(size, 0);
+    path.resize(size);
     const Word* allowed = m_last.data();
     for (std::size_t index = size; index-- > 0;) {
-        const Word* reached = reach.data() + index * m_words;
+        const Word* reached = reach + index * words;
         int found = 0;
-        for (std::size_t word = 0; word < m_words; ++word) {
+        for (std::size_t word = 0; word < words; ++word) {
             const Word live = reached[word] & allowed[word];
             if (live == 0) {
                 continue;
@@ -104,13 +119,32 @@ bool CaptureReader::read(
         }
         allowed = row(m_precede, path[index]);
     }
-    const int groups = groupCount();
-    thread_local std::vector<int> begin;
-    thread_local std::vector<int> end;
-    begin.assign(static_cast<std::size_t>(groups), -1);
-    end.assign(static_cast<std::size_t>(groups), -1);
-    thread_local std::vector<int> read;
-    read.assign(static_cast<std::size_t>(groups), 0);
+    return true;
+}
+
+bool CaptureReader::read(
+    std::string_view latin1, int position, int length, QStringList& captures) const
+{
+    if (length <= 0 || m_words == 0) {
+        return false;
+    }
+    thread_local Scratch scratch;
+    const auto size = static_cast<std::size_t>(length);
+    const auto* text = reinterpret_cast<const unsigned char*>(latin1.data()) + position;
+    std::vector<std::size_t>& path = scratch.path;
+    const bool unique = m_words == 1 ? findPath<1>(text, size, path)
+        : m_words == 2               ? findPath<2>(text, size, path)
+                                     : findPath<0>(text, size, path);
+    if (!unique) {
+        return false;
+    }
+    const auto groups = static_cast<std::size_t>(groupCount());
+    std::vector<int>& begin = scratch.begin;
+    std::vector<int>& end = scratch.end;
+    std::vector<int>& read = scratch.read;
+    begin.assign(groups, -1);
+    end.assign(groups, -1);
+    read.assign(groups, 0);
     for (std::size_t index = 0; index < size; ++index) {
         for (std::uint64_t bits = m_groupsOf[path[index]]; bits != 0; bits &= bits - 1) {
             const auto group = static_cast<std::size_t>(__builtin_ctzll(bits));
@@ -121,23 +155,22 @@ bool CaptureReader::read(
             ++read[group];
         }
     }
-    captures.clear();
-    captures.reserve(groups + 1);
-    captures.append(QString::fromLatin1(latin1.data() + position, length));
-    for (std::size_t group = 0; group < static_cast<std::size_t>(groups); ++group) {
-        if (begin[group] < 0) {
-            if (m_groupMayBeEmpty[group]) {
-                return false;
-            }
-            captures.append(QString());
-            continue;
-        }
-        // A group outside repetitions reads one unbroken stretch.
-        if (read[group] != end[group] - begin[group]) {
+    for (std::size_t group = 0; group < groups; ++group) {
+        // A group outside repetitions reads one unbroken stretch; one that reads nothing
+        // took no part, unless it may match empty.
+        if (begin[group] < 0 ? m_groupMayBeEmpty[group]
+                             : read[group] != end[group] - begin[group]) {
             return false;
         }
-        captures.append(QString::fromLatin1(
-            latin1.data() + position + begin[group], end[group] - begin[group]));
+    }
+    captures.clear();
+    captures.reserve(static_cast<int>(groups) + 1);
+    captures.append(QString::fromLatin1(latin1.data() + position, length));
+    for (std::size_t group = 0; group < groups; ++group) {
+        captures.append(begin[group] < 0
+                ? QString()
+                : QString::fromLatin1(
+                    latin1.data() + position + begin[group], end[group] - begin[group]));
     }
     return true;
 }

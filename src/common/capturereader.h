@@ -50,6 +50,10 @@ public:
 private:
     using Word = std::uint64_t;
 
+    template <std::size_t Words>
+    bool findPath(
+        const unsigned char* text, std::size_t size, std::vector<std::size_t>& path) const;
+
     const Word* row(const std::vector<Word>& table, std::size_t index) const
     {
         return table.data() + index * m_words;
