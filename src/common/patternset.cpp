@@ -4,6 +4,7 @@
 #include "common/regexpattern.h"
 
 #include <algorithm>
+#include <memory>
 #include <numeric>
 #include <string>
 
@@ -14,16 +15,23 @@ namespace zefa::msg_filter::impl_detail {
 // A pattern whose automaton form begins with "start of text" can match only there; the
 // screen runs those anchored, so that a line is given up at the first byte where none
 // of them can go on, instead of being read to its end.
+//
+// Most lines of a log match no pattern at all. One automaton of all a part's patterns as
+// alternatives says so for less than the set, which also tells which patterns match.
 class PatternSet::Screen {
 public:
     struct Part {
-        explicit Part(re2::RE2::Anchor anchor)
-            : set(automatonOptions(), anchor)
+        explicit Part(re2::RE2::Anchor where)
+            : anchor(where)
+            , set(automatonOptions(), where)
         {
         }
 
+        re2::RE2::Anchor anchor;
         re2::RE2::Set set;
         std::vector<int> patternOfEntry; ///< set entry -> pattern index
+        std::string alternatives; ///< every pattern of the part, as alternatives
+        std::unique_ptr<const re2::RE2> any; ///< null when it did not compile
     };
 
     Part anchored { re2::RE2::ANCHOR_START };
@@ -38,14 +46,13 @@ public:
             return false;
         }
         part.patternOfEntry.push_back(index);
+        part.alternatives += part.alternatives.empty() ? "(?:" : "|(?:";
+        part.alternatives += text;
+        part.alternatives += ')';
         return true;
     }
 
-    bool compile()
-    {
-        return (anchored.patternOfEntry.empty() || anchored.set.Compile())
-            && (floating.patternOfEntry.empty() || floating.set.Compile());
-    }
+    bool compile() { return compile(anchored) && compile(floating); }
 
     bool empty() const
     {
@@ -56,20 +63,34 @@ public:
     // ran out of memory and said nothing.
     static bool match(const Part& part, std::string_view latin1, std::vector<int>& indices)
     {
-        if (part.patternOfEntry.empty()) {
+        const re2::StringPiece text(latin1.data(), latin1.size());
+        if (part.patternOfEntry.empty()
+            || (part.any && !part.any->Match(text, 0, text.size(), part.anchor, nullptr, 0))) {
             return true;
         }
         thread_local std::vector<int> entries;
         entries.clear();
         re2::RE2::Set::ErrorInfo error {};
-        if (!part.set.Match(re2::StringPiece(latin1.data(), latin1.size()), &entries, &error)
-            && error.kind != re2::RE2::Set::kNoError) {
+        if (!part.set.Match(text, &entries, &error) && error.kind != re2::RE2::Set::kNoError) {
             return false;
         }
         for (const int entry : entries) {
             indices.push_back(part.patternOfEntry[static_cast<std::size_t>(entry)]);
         }
         return true;
+    }
+
+private:
+    static bool compile(Part& part)
+    {
+        if (part.patternOfEntry.empty()) {
+            return true;
+        }
+        auto any = std::make_unique<const re2::RE2>(part.alternatives, automatonOptions());
+        if (any->ok()) {
+            part.any = std::move(any);
+        }
+        return part.set.Compile();
     }
 };
 
