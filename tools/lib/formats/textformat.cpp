@@ -16,25 +16,31 @@ namespace {
 bool appendVisibleUtf8(QByteArray& out, const QString& text)
 {
     static const char kHex[] = "0123456789ABCDEF";
+    // No character takes more than four bytes ("\\xHH"); the array is cut to size after.
+    const int start = out.size();
+    out.resize(start + 4 * text.size());
+    char* write = out.data() + start;
     for (const QChar character : text) {
         const ushort code = character.unicode();
         if ((code < 0x20 && code != '\t') || code == 0x7f) {
-            out += "\\x";
-            out += kHex[code >> 4];
-            out += kHex[code & 15];
+            *write++ = '\\';
+            *write++ = 'x';
+            *write++ = kHex[code >> 4];
+            *write++ = kHex[code & 15];
         } else if (code < 0x80) {
-            out += static_cast<char>(code);
+            *write++ = static_cast<char>(code);
         } else if (code < 0x800) {
-            out += static_cast<char>(0xc0 | (code >> 6));
-            out += static_cast<char>(0x80 | (code & 0x3f));
+            *write++ = static_cast<char>(0xc0 | (code >> 6));
+            *write++ = static_cast<char>(0x80 | (code & 0x3f));
         } else if (QChar::isSurrogate(code)) {
             return false;
         } else {
-            out += static_cast<char>(0xe0 | (code >> 12));
-            out += static_cast<char>(0x80 | ((code >> 6) & 0x3f));
-            out += static_cast<char>(0x80 | (code & 0x3f));
+            *write++ = static_cast<char>(0xe0 | (code >> 12));
+            *write++ = static_cast<char>(0x80 | ((code >> 6) & 0x3f));
+            *write++ = static_cast<char>(0x80 | (code & 0x3f));
         }
     }
+    out.resize(static_cast<int>(write - out.data()));
     return true;
 }
 
@@ -64,7 +70,12 @@ QByteArray TextFormat::message(const ClassifiedLine& line)
         out += ':';
         out += QByteArray::number(line.number);
         out += ": ";
-        out += colored(severityName(line.severity), line.severity, m_color).toUtf8();
+        if (line.severity != m_severity) {
+            m_severity = line.severity;
+            m_coloredSeverity =
+                colored(severityName(line.severity), line.severity, m_color).toUtf8();
+        }
+        out += m_coloredSeverity;
         out += " [";
         out += line.rule.toUtf8();
         out += "] ";
