@@ -3,6 +3,7 @@
 #include <QMutex>
 #include <QRegExp>
 
+#include <algorithm>
 #include <bitset>
 #include <map>
 #include <optional>
@@ -59,6 +60,7 @@ struct Node {
         Assertion, ///< look-ahead or word boundary: zero width, not carried over
         BackReference, ///< not carried over
         Capture, ///< children[0], its text kept as capture group `capture`
+        NextCharacter, ///< look-ahead for one character out of `bytes`: zero width
     };
 
     explicit Node(Kind nodeKind = Kind::Sequence)
@@ -73,6 +75,179 @@ struct Node {
     int max = 0;
     int capture = 0; ///< the group's number, for a Capture
 };
+
+// Whether the node may match the empty string; zero-width constructs and what cannot
+// be told count as empty.
+bool mayBeEmpty(const Node& node)
+{
+    switch (node.kind) {
+    case Node::Kind::Bytes:
+        return false;
+    case Node::Kind::Sequence:
+        return std::all_of(node.children.begin(), node.children.end(),
+            [](const Node& child) { return mayBeEmpty(child); });
+    case Node::Kind::Alternation:
+        return std::any_of(node.children.begin(), node.children.end(),
+            [](const Node& child) { return mayBeEmpty(child); });
+    case Node::Kind::Repeat:
+        return node.min == 0 || mayBeEmpty(node.children.front());
+    case Node::Kind::Capture:
+        return mayBeEmpty(node.children.front());
+    default:
+        return true;
+    }
+}
+
+// The strings of `node` whose first character is one of `first`, as a tree of the same
+// kind; nothing when the node has no such string or the rewriting cannot be sure.
+struct Restricted {
+    enum class Outcome { Rewritten, Never, Unsure };
+    Outcome outcome = Outcome::Unsure;
+    Node node;
+};
+
+Restricted restrictedChoice(Node alternation);
+Restricted restrictSequence(const Node& sequence, std::size_t from, const ByteSet& first);
+
+Restricted restrictFirst(const Node& node, const ByteSet& first)
+{
+    Restricted result;
+    switch (node.kind) {
+    case Node::Kind::Bytes:
+        result.node = node;
+        result.node.bytes &= first;
+        result.outcome =
+            result.node.bytes.none() ? Restricted::Outcome::Never : Restricted::Outcome::Rewritten;
+        return result;
+    case Node::Kind::Capture: {
+        Restricted inner = restrictFirst(node.children.front(), first);
+        if (inner.outcome == Restricted::Outcome::Rewritten) {
+            result.node = Node(Node::Kind::Capture);
+            result.node.capture = node.capture;
+            result.node.children.push_back(std::move(inner.node));
+        }
+        result.outcome = inner.outcome;
+        return result;
+    }
+    case Node::Kind::Alternation: {
+        Node alternation(Node::Kind::Alternation);
+        for (const Node& child : node.children) {
+            Restricted branch = restrictFirst(child, first);
+            if (branch.outcome == Restricted::Outcome::Unsure) {
+                return result;
+            }
+            if (branch.outcome == Restricted::Outcome::Rewritten) {
+                alternation.children.push_back(std::move(branch.node));
+            }
+        }
+        return restrictedChoice(std::move(alternation));
+    }
+    case Node::Kind::Sequence:
+        return restrictSequence(node, 0, first);
+    case Node::Kind::Repeat: {
+        const Node& child = node.children.front();
+        if (node.max == 0) {
+            result.outcome = Restricted::Outcome::Never;
+            return result;
+        }
+        if (mayBeEmpty(child)) {
+            return result;
+        }
+        Restricted once = restrictFirst(child, first);
+        if (once.outcome != Restricted::Outcome::Rewritten || node.max == 1) {
+            return once;
+        }
+        // The first pass starts with the character; the others are as they were.
+        Node rest(Node::Kind::Repeat);
+        rest.min = std::max(node.min - 1, 0);
+        rest.max = node.max == kUnbounded ? kUnbounded : node.max - 1;
+        rest.children.push_back(child);
+        result.node = Node(Node::Kind::Sequence);
+        result.node.children.push_back(std::move(once.node));
+        result.node.children.push_back(std::move(rest));
+        result.outcome = Restricted::Outcome::Rewritten;
+        return result;
+    }
+    default:
+        return result;
+    }
+}
+
+Restricted restrictedChoice(Node alternation)
+{
+    Restricted result;
+    result.outcome =
+        alternation.children.empty() ? Restricted::Outcome::Never : Restricted::Outcome::Rewritten;
+    if (alternation.children.size() == 1) {
+        result.node = std::move(alternation.children.front());
+    } else {
+        result.node = std::move(alternation);
+    }
+    return result;
+}
+
+// The children of `sequence` from `from` on, restricted: either the first of them starts
+// with the character, or it runs no pass and the rest starts with it.
+Restricted restrictSequence(const Node& sequence, std::size_t from, const ByteSet& first)
+{
+    Restricted result;
+    if (from == sequence.children.size()) {
+        result.outcome = Restricted::Outcome::Never;
+        return result;
+    }
+    const Node& head = sequence.children[from];
+    Node alternation(Node::Kind::Alternation);
+    Restricted starts = restrictFirst(head, first);
+    if (starts.outcome == Restricted::Outcome::Unsure) {
+        return result;
+    }
+    if (starts.outcome == Restricted::Outcome::Rewritten) {
+        Node branch(Node::Kind::Sequence);
+        branch.children.push_back(std::move(starts.node));
+        branch.children.insert(
+            branch.children.end(), sequence.children.begin() + from + 1, sequence.children.end());
+        alternation.children.push_back(std::move(branch));
+    }
+    if (mayBeEmpty(head)) {
+        // Only a repetition that may run no pass matches empty one way, with its groups
+        // taking no part, as they take none where it is left out.
+        if (head.kind != Node::Kind::Repeat || head.min != 0 || mayBeEmpty(head.children.front())) {
+            return result;
+        }
+        Restricted later = restrictSequence(sequence, from + 1, first);
+        if (later.outcome == Restricted::Outcome::Unsure) {
+            return result;
+        }
+        if (later.outcome == Restricted::Outcome::Rewritten) {
+            alternation.children.push_back(std::move(later.node));
+        }
+    }
+    return restrictedChoice(std::move(alternation));
+}
+
+// A look-ahead for one character, followed in its sequence by what must read at least
+// one character, only keeps the strings of the rest that start with that character:
+// written so, the pattern needs no look-ahead.
+void absorbLookAheads(Node& sequence)
+{
+    for (std::size_t index = sequence.children.size(); index-- > 0;) {
+        if (sequence.children[index].kind != Node::Kind::NextCharacter) {
+            continue;
+        }
+        Node rest(Node::Kind::Sequence);
+        rest.children.assign(sequence.children.begin() + static_cast<std::ptrdiff_t>(index) + 1,
+            sequence.children.end());
+        if (mayBeEmpty(rest)) {
+            continue;
+        }
+        Restricted restricted = restrictFirst(rest, sequence.children[index].bytes);
+        if (restricted.outcome != Restricted::Outcome::Rewritten) {
+            continue;
+        }
+        sequence.children.resize(index);
+        sequence.children.push_back(std::move(restricted.node));
+    }
+}
 
 // Reads the dialect with the reference engine's own tokenizing rules (which characters
 // an escape takes, where a class ends, that the first character of a class is literal,
@@ -120,6 +295,7 @@ private:
         while (!m_failed && !atEnd() && peek() != '|' && peek() != ')') {
             sequence.children.push_back(parseFactor());
         }
+        absorbLookAheads(sequence);
         return sequence;
     }
 
@@ -237,6 +413,7 @@ private:
     Node parseGroup()
     {
         Node::Kind kind = Node::Kind::Capture;
+        ushort marker = 0;
         if (!atEnd() && peek() == '?') {
             kind = Node::Kind::Sequence;
             ++m_position;
@@ -244,7 +421,7 @@ private:
                 fail();
                 return Node();
             }
-            const ushort marker = peek();
+            marker = peek();
             ++m_position;
             if (marker == '=' || marker == '!') {
                 kind = Node::Kind::Assertion;
@@ -262,6 +439,15 @@ private:
         }
         ++m_position;
         if (kind == Node::Kind::Assertion) {
+            const Node* single = &inner;
+            if (single->kind == Node::Kind::Sequence && single->children.size() == 1) {
+                single = &single->children.front();
+            }
+            if (marker == '=' && single->kind == Node::Kind::Bytes) {
+                Node next(Node::Kind::NextCharacter);
+                next.bytes = single->bytes;
+                return next;
+            }
             return Node(Node::Kind::Assertion);
         }
         if (kind == Node::Kind::Capture) {
@@ -430,6 +616,7 @@ private:
             }
             return true;
         case Node::Kind::Assertion:
+        case Node::Kind::NextCharacter:
             m_exact = false;
             return true;
         case Node::Kind::BackReference:
@@ -612,7 +799,8 @@ private:
                 m_groupKnown.resize(index + 1, false);
             }
             Piece inner = piece(node.children.front(), groups | (std::uint64_t { 1 } << index));
-            m_groupMayBeEmpty[index] = inner.mayBeEmpty;
+            // A group written out in two alternatives may be empty if either copy may.
+            m_groupMayBeEmpty[index] = m_groupMayBeEmpty[index] || inner.mayBeEmpty;
             m_groupKnown[index] = true;
             return inner;
         }
@@ -635,6 +823,7 @@ private:
         case Node::Kind::StartOfText:
         case Node::Kind::EndOfText:
         case Node::Kind::Assertion:
+        case Node::Kind::NextCharacter:
         case Node::Kind::BackReference:
             break;
         }
