@@ -20,7 +20,14 @@ inline QString fromLatin1(const std::string& text)
 
 inline std::string toLatin1(const QString& text)
 {
-    return text.toLatin1().toStdString();
+    // What QString::toLatin1() writes, one byte per UTF-16 unit, without its array.
+    std::string bytes(static_cast<std::size_t>(text.size()), '\0');
+    const QChar* characters = text.constData();
+    for (std::size_t index = 0; index < bytes.size(); ++index) {
+        const ushort code = characters[index].unicode();
+        bytes[index] = code > 0xff ? '?' : static_cast<char>(code);
+    }
+    return bytes;
 }
 
 inline QStringList fromLatin1(const std::vector<std::string>& list)
