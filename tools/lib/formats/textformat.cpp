@@ -65,7 +65,7 @@ QByteArray TextFormat::message(const ClassifiedLine& line)
             m_visibleFile = visibleText(line.file).toUtf8();
         }
         QByteArray out;
-        out.reserve(m_visibleFile.size() + 2 * line.rule.size() + 2 * line.text.size() + 48);
+        out.reserve(m_visibleFile.size() + 3 * line.rule.size() + 4 * line.text.size() + 64);
         out += m_visibleFile;
         out += ':';
         out += QByteArray::number(line.number);
