@@ -46,7 +46,10 @@ public:
             return false;
         }
         part.patternOfEntry.push_back(index);
-        part.alternatives += part.alternatives.empty() ? "(?:" : "|(?:";
+        // Each alternative in a group of its own, as the translator writes them: the
+        // automaton's parser would pull a shared Latin-1 prefix out of bare alternatives
+        // and then never match it.
+        part.alternatives += part.alternatives.empty() ? "(" : "|(";
         part.alternatives += text;
         part.alternatives += ')';
         return true;

@@ -180,4 +180,16 @@ TEST(PatternSet, LeavesOutOnlyPatternsThatCannotMatch)
     }
 }
 
+// The automaton's parser must not pull a Latin-1 character both patterns start with out
+// of them: it would then never match it.
+TEST(PatternSet, ScreensPatternsSharingALatin1Prefix)
+{
+    const RegexPattern noBreakSpace(fromLatin1("\xa0\xb5?"));
+    const RegexPattern noBreakSpaceAlone(fromLatin1("\xa0"));
+    const PatternSet set({ &noBreakSpace, &noBreakSpaceAlone });
+    std::vector<int> found;
+    set.candidates("-\xa0\xe9", found);
+    EXPECT_EQ(found, (std::vector<int> { 0, 1 }));
+}
+
 } // namespace
