@@ -12,14 +12,16 @@ namespace {
 // digits, which is how the document writer prints a whole double of that size.
 constexpr long long kLargestExactInteger = 9007199254740992LL;
 
-void appendHex4(QByteArray& out, ushort code)
+char* writeHex4(char* write, ushort code)
 {
     static const char kHex[] = "0123456789abcdef";
-    out += "\\u";
-    out += kHex[(code >> 12) & 15];
-    out += kHex[(code >> 8) & 15];
-    out += kHex[(code >> 4) & 15];
-    out += kHex[code & 15];
+    *write++ = '\\';
+    *write++ = 'u';
+    *write++ = kHex[(code >> 12) & 15];
+    *write++ = kHex[(code >> 8) & 15];
+    *write++ = kHex[(code >> 4) & 15];
+    *write++ = kHex[code & 15];
+    return write;
 }
 
 // A JSON string as the document writer escapes it: the quote, the backslash and the C0
@@ -27,7 +29,11 @@ void appendHex4(QByteArray& out, ushort code)
 // a lone surrogate as its \u escape.
 void appendString(QByteArray& out, const QString& text)
 {
-    out += '"';
+    // No UTF-16 unit takes more than six bytes (\uXXXX); the array is cut to size after.
+    const int start = out.size();
+    out.resize(start + 6 * text.size() + 2);
+    char* write = out.data() + start;
+    *write++ = '"';
     const QChar* characters = text.constData();
     const int size = text.size();
     for (int index = 0; index < size; ++index) {
@@ -37,53 +43,59 @@ void appendString(QByteArray& out, const QString& text)
                 && characters[index + 1].isLowSurrogate()) {
                 const uint point = QChar::surrogateToUcs4(code, characters[index + 1].unicode());
                 ++index;
-                out += static_cast<char>(0xf0 | (point >> 18));
-                out += static_cast<char>(0x80 | ((point >> 12) & 0x3f));
-                out += static_cast<char>(0x80 | ((point >> 6) & 0x3f));
-                out += static_cast<char>(0x80 | (point & 0x3f));
+                *write++ = static_cast<char>(0xf0 | (point >> 18));
+                *write++ = static_cast<char>(0x80 | ((point >> 12) & 0x3f));
+                *write++ = static_cast<char>(0x80 | ((point >> 6) & 0x3f));
+                *write++ = static_cast<char>(0x80 | (point & 0x3f));
             } else if (QChar::isSurrogate(code)) {
-                appendHex4(out, code);
+                write = writeHex4(write, code);
             } else if (code < 0x800) {
-                out += static_cast<char>(0xc0 | (code >> 6));
-                out += static_cast<char>(0x80 | (code & 0x3f));
+                *write++ = static_cast<char>(0xc0 | (code >> 6));
+                *write++ = static_cast<char>(0x80 | (code & 0x3f));
             } else {
-                out += static_cast<char>(0xe0 | (code >> 12));
-                out += static_cast<char>(0x80 | ((code >> 6) & 0x3f));
-                out += static_cast<char>(0x80 | (code & 0x3f));
+                *write++ = static_cast<char>(0xe0 | (code >> 12));
+                *write++ = static_cast<char>(0x80 | ((code >> 6) & 0x3f));
+                *write++ = static_cast<char>(0x80 | (code & 0x3f));
             }
             continue;
         }
+        const char* named = nullptr;
         switch (code) {
         case '"':
-            out += "\\\"";
+            named = "\\\"";
             break;
         case '\\':
-            out += "\\\\";
+            named = "\\\\";
             break;
         case '\b':
-            out += "\\b";
+            named = "\\b";
             break;
         case '\f':
-            out += "\\f";
+            named = "\\f";
             break;
         case '\n':
-            out += "\\n";
+            named = "\\n";
             break;
         case '\r':
-            out += "\\r";
+            named = "\\r";
             break;
         case '\t':
-            out += "\\t";
+            named = "\\t";
             break;
         default:
-            if (code < 0x20) {
-                appendHex4(out, code);
-            } else {
-                out += static_cast<char>(code);
-            }
+            break;
+        }
+        if (named != nullptr) {
+            *write++ = named[0];
+            *write++ = named[1];
+        } else if (code < 0x20) {
+            write = writeHex4(write, code);
+        } else {
+            *write++ = static_cast<char>(code);
         }
     }
-    out += '"';
+    *write++ = '"';
+    out.resize(static_cast<int>(write - out.data()));
 }
 
 void appendMember(QByteArray& out, const char* name, const QString& value)
@@ -110,8 +122,13 @@ QByteArray JsonlFormat::message(const ClassifiedLine& line)
     // The members of toJsonl(), written directly in the document writer's compact form:
     // names in byte order, no blanks. Building the document first costs more than the
     // rest of classifying a line.
+    // Room for every string at its widest, so that the array grows once.
+    int characters = line.file.size() + line.rule.size() + line.text.size() + line.type.size();
+    for (const auto& [name, value] : line.fields) {
+        characters += name.size() + value.size() + 8;
+    }
     QByteArray out;
-    out.reserve(64 + 3 * line.text.size());
+    out.reserve(6 * characters + 160);
     out += '{';
     if (line.baseline != BaselineState::None) {
         out += line.baseline == BaselineState::New ? "\"baseline\":\"new\","
