@@ -8,6 +8,12 @@ namespace {
 
 constexpr std::size_t kWordBits = 64;
 
+// The largest table of states per character a read builds (16 MiB): a match beyond it,
+// on a line of megabytes, keeps QRegExp's groups.
+constexpr std::size_t kMostTableWords = std::size_t { 1 } << 21;
+// The largest table a thread keeps between reads.
+constexpr std::size_t kKeptTableWords = std::size_t { 1 } << 16;
+
 void setBit(std::uint64_t* words, int bit)
 {
     words[static_cast<std::size_t>(bit) / kWordBits] |= std::uint64_t { 1 }
@@ -52,6 +58,8 @@ namespace {
 
 // What one read works on, kept per thread so that reading allocates nothing once warm.
 struct Scratch {
+    std::vector<std::uint64_t> reach;
+    std::vector<std::uint64_t> following;
     std::vector<std::size_t> path;
     std::vector<int> begin;
     std::vector<int> end;
@@ -64,12 +72,11 @@ struct Scratch {
 // there is none or more than one. `Words` is the size of a set of states when known at
 // compile time (most patterns need one or two words), 0 when only `words` tells.
 template <std::size_t Words>
-bool CaptureReader::findPath(
-    const unsigned char* text, std::size_t size, std::vector<std::size_t>& path) const
+bool CaptureReader::findPath(const unsigned char* text, std::size_t size,
+    std::vector<Word>& reachTable, std::vector<Word>& followingTable,
+    std::vector<std::size_t>& path) const
 {
     const std::size_t words = Words != 0 ? Words : m_words;
-    thread_local std::vector<Word> reachTable;
-    thread_local std::vector<Word> followingTable;
     // reach[i]: the states that may read character i, coming from the start.
     reachTable.resize(size * words);
     followingTable.resize(words);
@@ -125,16 +132,21 @@ bool CaptureReader::findPath(
 bool CaptureReader::read(
     std::string_view latin1, int position, int length, QStringList& captures) const
 {
-    if (length <= 0 || m_words == 0) {
+    const auto size = static_cast<std::size_t>(length);
+    if (length <= 0 || m_words == 0 || size * m_words > kMostTableWords) {
         return false;
     }
     thread_local Scratch scratch;
-    const auto size = static_cast<std::size_t>(length);
     const auto* text = reinterpret_cast<const unsigned char*>(latin1.data()) + position;
     std::vector<std::size_t>& path = scratch.path;
-    const bool unique = m_words == 1 ? findPath<1>(text, size, path)
-        : m_words == 2               ? findPath<2>(text, size, path)
-                                     : findPath<0>(text, size, path);
+    const bool unique = m_words == 1
+        ? findPath<1>(text, size, scratch.reach, scratch.following, path)
+        : m_words == 2 ? findPath<2>(text, size, scratch.reach, scratch.following, path)
+                       : findPath<0>(text, size, scratch.reach, scratch.following, path);
+    // A long line's table is not kept for the short ones after it.
+    if (scratch.reach.size() > kKeptTableWords) {
+        scratch.reach = {};
+    }
     if (!unique) {
         return false;
     }

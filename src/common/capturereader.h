@@ -51,8 +51,8 @@ private:
     using Word = std::uint64_t;
 
     template <std::size_t Words>
-    bool findPath(
-        const unsigned char* text, std::size_t size, std::vector<std::size_t>& path) const;
+    bool findPath(const unsigned char* text, std::size_t size, std::vector<Word>& reachTable,
+        std::vector<Word>& followingTable, std::vector<std::size_t>& path) const;
 
     const Word* row(const std::vector<Word>& table, std::size_t index) const
     {

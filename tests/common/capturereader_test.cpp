@@ -93,4 +93,24 @@ TEST(CaptureReader, ReadsOnlyUnambiguousMatchesAndAsQRegExpDoes)
     }
 }
 
+// A line of megabytes would need a table of states per character as large; past 16 MiB
+// of it the groups are left to QRegExp.
+TEST(CaptureReader, LeavesMatchesOfHugeLinesToQRegExp)
+{
+    const RegexPattern pattern(fromLatin1("(a+)b"));
+    const CaptureReader* reader = pattern.translation().captures.get();
+    ASSERT_NE(reader, nullptr);
+    const std::size_t mostCharacters = std::size_t { 1 } << 21;
+    for (const std::size_t length : { mostCharacters, mostCharacters + 1 }) {
+        SCOPED_TRACE(length);
+        const std::string text = std::string(length - 1, 'a') + 'b';
+        QStringList captures;
+        const bool read = reader->read(text, 0, static_cast<int>(length), captures);
+        EXPECT_EQ(read, length == mostCharacters);
+        if (read) {
+            EXPECT_EQ(captures.value(1).size(), static_cast<int>(length - 1));
+        }
+    }
+}
+
 } // namespace
