@@ -1,7 +1,7 @@
 #!/bin/bash
 # The ratios the matching engine is judged by, all from one run on one generated log.
 #
-#   bench/engine_ratios.sh BUILD_DIR [LINES]
+#   bench/engine_ratios.sh BUILD_DIR [LINES] [OLD_BUILD_DIR]
 #
 # BUILD_DIR is a Release build configured with -DMSGFILTER_BUILD_BENCH=ON. Generates LINES
 # lines (default 1000000) with bench/generate_tool_log, then measures on that file:
@@ -10,12 +10,19 @@
 #   - msgfilter classify --format text, on one thread and on two, against `rg -c -f` over
 #     the default rule patterns (look-ahead removed, which rg does not take);
 #   - classify --format jsonl against --format text;
-#   - classify --format text with patterns on QRegExp alone against the automaton.
+#   - classify --format text with patterns on QRegExp alone against the automaton;
+#   - msgfilter run feeding the file as one engine's output, in chunks of 64 KB and 8 MB,
+#     in lines per second; with OLD_BUILD_DIR (a build of an earlier tree, tools/msgfilter
+#     only) also that tree's run in 64 KB chunks, and the ratio of the two (its 8 MB run is
+#     left out: an old tree may take minutes on it);
+#   - bench_store: resident bytes per stored message at a million messages, and save and
+#     load of that log against a bare stream writer and reader pass.
 # Wall-clock and CPU (user + system) time are both printed; on a busy machine the CPU
 # figure is the steadier one.
 set -euo pipefail
-build=${1:?usage: engine_ratios.sh BUILD_DIR [LINES]}
+build=${1:?usage: engine_ratios.sh BUILD_DIR [LINES] [OLD_BUILD_DIR]}
 lines=${2:-1000000}
+old_build=${3:-}
 source_dir=$(cd "$(dirname "$0")/.." && pwd)
 tool="$build/tools/msgfilter"
 work=$(mktemp -d "${TMPDIR:-/tmp}/msgfilter-ratios.XXXXXX")
@@ -54,6 +61,34 @@ time_of classify_jsonl "$tool" classify --jobs 1 --format jsonl --color never "$
 time_of classify_text_qregexp env MSGFILTER_REGEX_ENGINE=reference \
     "$tool" classify --jobs 1 --format text --color never "$work/log"
 
+# One implementation whose single engine prints the whole log, fed in chunks of $1 bytes.
+run_session() {
+    printf '%s\n' "open-project bench" "add-implementation impl out" "project loaded" \
+        "task started impl" "process started impl Synthesize Synthesize" \
+        "engine started impl Synthesize synth" "feed impl log $1" \
+        "engine finished impl Synthesize synth" "process updated impl Synthesize Synthesize" \
+        "task finished impl" > "$work/run-$1.session"
+    echo "$work/run-$1.session"
+}
+# Both trees read this tree's default rules: the rules an older tree ships may differ.
+rules="$source_dir/data/enginemsg.xml"
+time_of run_64k "$tool" run --rules "$rules" "$(run_session 65536)"
+time_of run_8m "$tool" run --rules "$rules" "$(run_session 8388608)"
+if [[ -n $old_build ]]; then
+    time_of run_64k_old "$old_build/tools/msgfilter" run --rules "$rules" "$(run_session 65536)"
+fi
+
+# bench_store's benchmarks carry different counters, which its csv output refuses.
+"$build/bench/bench_store" --benchmark_format=json 2> /dev/null > "$work/store.json"
+# A field of a benchmark's result, by the benchmark's name.
+store_column() {
+    python3 -c 'import json, sys
+for run in json.load(open(sys.argv[1]))["benchmarks"]:
+    if run["name"] == sys.argv[2]:
+        print(run[sys.argv[3]])' "$work/store.json" "$1" "$2"
+}
+store_bytes=$(store_column BM_PostMessages/iterations:1 resident_B_per_msg)
+
 "$build/bench/bench_rules" --benchmark_filter='BM_FindBestMatchRule_.*/threads:1$' \
     --benchmark_format=csv 2> /dev/null > "$work/rules.csv"
 # csv columns: name,iterations,real_time,cpu_time,time_unit,...
@@ -75,3 +110,17 @@ awk -v q="$cpu_classify_text_qregexp" -v tc="$cpu_classify_text" 'BEGIN {
     printf "  classify --format text, QRegExp alone / automaton: %.2fx cpu\n", q / tc }'
 awk -v j="$wall_classify_jsonl" -v t="$wall_classify_text" -v jc="$cpu_classify_jsonl" -v tc="$cpu_classify_text" 'BEGIN {
     printf "  classify --format jsonl / text: %.2fx wall, %.2fx cpu (target <= 1.3)\n", j / t, jc / tc }'
+awk -v l="$lines" -v s="$wall_run_64k" -v b="$wall_run_8m" -v sc="$cpu_run_64k" -v bc="$cpu_run_8m" 'BEGIN {
+    printf "  run, 8 MB / 64 KB chunks: %.2fx wall, %.2fx cpu (target <= 1.2); 64 KB chunks: %.0f lines/s wall, %.0f lines/s cpu\n",
+        b / s, bc / sc, l / s, l / sc }'
+if [[ -n $old_build ]]; then
+    awk -v s="$wall_run_64k" -v o="$wall_run_64k_old" -v sc="$cpu_run_64k" -v oc="$cpu_run_64k_old" 'BEGIN {
+        printf "  run, 64 KB chunks, lines per second against the old tree: %.2fx wall, %.2fx cpu (target >= 4)\n", o / s, oc / sc }'
+fi
+awk -v b="$store_bytes" 'BEGIN { printf "  store: %.0f resident bytes per message at 1M messages (target <= 300)\n", b }'
+for pass in Save:Write Load:Read; do
+    ours=$(store_column "BM_${pass%%:*}Log/iterations:3" cpu_time)
+    bare=$(store_column "BM_BareStream${pass##*:}/iterations:3" cpu_time)
+    awk -v o="$ours" -v b="$bare" -v p="${pass%%:*}" 'BEGIN {
+        printf "  store: %s / bare stream pass: %.2fx cpu (target <= 1.5)\n", p, o / b }'
+done

@@ -2,6 +2,7 @@
 
 #include <msgfilter/msgfilter_export.h>
 
+#include <QByteArray>
 #include <QMetaType>
 #include <QString>
 #include <QStringList>
@@ -47,14 +48,14 @@ public:
 
 private:
     int m_number;
+    bool m_dynamicDataLoaded;
+    bool m_navigationDataLoaded;
+    // Usually shared with every other node of the same id, severity and process.
     QString m_messageId;
     QString m_severity;
     QString m_process;
-    QString m_displayString;
-    QStringList m_dynamicData;
-    QStringList m_navigationData;
-    bool m_dynamicDataLoaded;
-    bool m_navigationDataLoaded;
+    // The display string and both argument lists, packed into one block of their own.
+    QByteArray m_texts;
 };
 
 } // namespace zefa::msg_filter

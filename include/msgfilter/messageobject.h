@@ -16,7 +16,8 @@ namespace zefa::msg_filter {
 
 namespace impl_detail {
 class MessageFilter;
-}
+class TextPool;
+} // namespace impl_detail
 
 /// All messages of one implementation: one buffer of nodes per process (flow step), the
 /// process running now, the implementation's named filters, and its log and filter files.
@@ -108,6 +109,7 @@ private:
     QString m_messageFilePath;
     QString m_filterFilePath;
     std::vector<std::unique_ptr<MessageNode>> m_releasedNodes;
+    std::unique_ptr<impl_detail::TextPool> m_textPool;
 };
 
 } // namespace zefa::msg_filter

@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -13,21 +14,27 @@ namespace zefa::msg_filter::impl_detail {
 // included. A character beyond Latin-1 (only possible from an XML file or a host's QString)
 // becomes '?'.
 
+inline bool fitsLatin1(const QString& text)
+{
+    for (const QChar ch : text)
+        if (ch.unicode() > 0xff)
+            return false;
+    return true;
+}
+
 inline QString fromLatin1(const std::string& text)
 {
     return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
 }
 
+// Straight into the string, each character Latin-1 lacks made '?' as QString::toLatin1()
+// makes it, without the byte array in between.
 inline std::string toLatin1(const QString& text)
 {
-    // What QString::toLatin1() writes, one byte per UTF-16 unit, without its array.
-    std::string bytes(static_cast<std::size_t>(text.size()), '\0');
-    const QChar* characters = text.constData();
-    for (std::size_t index = 0; index < bytes.size(); ++index) {
-        const ushort code = characters[index].unicode();
-        bytes[index] = code > 0xff ? '?' : static_cast<char>(code);
-    }
-    return bytes;
+    std::string out(static_cast<std::size_t>(text.size()), '\0');
+    std::transform(text.cbegin(), text.cend(), out.begin(),
+        [](QChar ch) { return ch.unicode() > 0xff ? '?' : static_cast<char>(ch.unicode()); });
+    return out;
 }
 
 inline QStringList fromLatin1(const std::vector<std::string>& list)

@@ -4,6 +4,7 @@
 #include "common/linesplitter.h"
 #include "common/regexpattern.h"
 #include "common/severity.h"
+#include "engine/oldformattext.h"
 
 #include <msgfilter/host/host.h>
 #include <msgfilter/msgfilter.h>
@@ -21,19 +22,9 @@ const char kDeviceTarget[] = "fpga";
 const char kDefaultEngine[] = "default";
 const char kNewMessageRule[] = "new-message";
 
-// An old-format line: group 1 the keyword (warning, @w, error, @e in any case), group 2
-// the separator ("-" or ":"), group 3 the message text. Matched against the whole line.
-const QString kOldFormatPattern = QStringLiteral("\\s*(warning|@w|error|@e)\\s*(-|:)\\s*(.*)");
-
 // One argument of a structured line: group 1 the value between the double quotes, still
 // XML-escaped. The number after "arg" is not read; values count by their order.
 const QString kArgumentPattern = QStringLiteral("arg\\d+=\"([^\"]*)");
-
-const RegexPattern& oldFormatExpression()
-{
-    static const RegexPattern expression(kOldFormatPattern, RegexPattern::Case::Insensitive);
-    return expression;
-}
 
 const RegexPattern& argumentExpression()
 {
@@ -133,10 +124,7 @@ void EngineMessageHandler::handleMessageLine(const QString& line)
         parseNewMessage(fields, id, severity, dynamic, navigation);
     } else {
         severity = convertMessageType(typeText);
-        QStringList captures;
-        const QString messageText =
-            oldFormatExpression().matchesWhole(line, &captures) ? captures.value(3) : line;
-        dynamic.append(messageText.trimmed());
+        dynamic.append(OldFormatText::of(line).trimmed());
         if (!idText.empty()) {
             id = fromLatin1(idText);
         } else {

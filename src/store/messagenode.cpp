@@ -1,4 +1,5 @@
 #include "common/latin1.h"
+#include "store/nodetexts.h"
 
 #include <msgfilter/host/host.h>
 #include <msgfilter/messagenode.h>
@@ -6,30 +7,29 @@
 namespace zefa::msg_filter {
 
 using impl_detail::fromLatin1;
+using impl_detail::NodeTexts;
 using impl_detail::toLatin1;
 
 MessageNode::MessageNode(int number, const QString& messageId, const QString& severity,
     const QString& process, const QString& displayString)
     : m_number(number)
+    , m_dynamicDataLoaded(false)
+    , m_navigationDataLoaded(false)
     , m_messageId(messageId)
     , m_severity(severity)
     , m_process(process)
-    , m_displayString(displayString.trimmed())
-    , m_dynamicDataLoaded(false)
-    , m_navigationDataLoaded(false)
+    , m_texts(NodeTexts::pack(displayString.trimmed(), {}, {}))
 {
 }
 
 MessageNode::MessageNode(const QString& messageId, const QString& severity, const QString& process,
     const QStringList& dynamicData, const QStringList& navigationData)
     : m_number(-1)
+    , m_dynamicDataLoaded(true)
+    , m_navigationDataLoaded(true)
     , m_messageId(messageId)
     , m_severity(severity)
     , m_process(process)
-    , m_dynamicData(dynamicData)
-    , m_navigationData(navigationData)
-    , m_dynamicDataLoaded(true)
-    , m_navigationDataLoaded(true)
 {
     std::vector<std::string> dynamic = toLatin1(dynamicData);
     const QByteArray key = messageId.toLatin1();
@@ -37,7 +37,7 @@ MessageNode::MessageNode(const QString& messageId, const QString& severity, cons
     // An unknown id leaves the text empty; the node is kept all the same.
     zefa::pelno::msgManager catalogue;
     catalogue.queryMsgDisplayString(key.constData(), dynamic, rendered);
-    m_displayString = impl_detail::fromLatin1(rendered).trimmed();
+    m_texts = NodeTexts::pack(fromLatin1(rendered).trimmed(), dynamicData, navigationData);
 }
 
 QString MessageNode::getMessageID() const
@@ -57,31 +57,35 @@ QString MessageNode::getMessageProcess() const
 
 QString MessageNode::getMessageDisplayString() const
 {
-    return m_displayString;
+    return NodeTexts::displayString(m_texts);
 }
 
 QStringList MessageNode::getMessageDynamicData()
 {
     if (m_dynamicDataLoaded || m_number == -1)
-        return m_dynamicData;
+        return NodeTexts::dynamicData(m_texts);
     std::vector<std::string> answer;
     zefa::pelno::msgManager catalogue;
     catalogue.retrieveMsgDynamicInfo(m_number, answer);
-    m_dynamicData = fromLatin1(answer);
+    const QStringList dynamicData = fromLatin1(answer);
+    m_texts = NodeTexts::pack(
+        NodeTexts::displayString(m_texts), dynamicData, NodeTexts::navigationData(m_texts));
     m_dynamicDataLoaded = true;
-    return m_dynamicData;
+    return dynamicData;
 }
 
 QStringList MessageNode::getMessageNavigationData()
 {
     if (m_navigationDataLoaded || m_number == -1)
-        return m_navigationData;
+        return NodeTexts::navigationData(m_texts);
     std::vector<std::string> answer;
     zefa::pelno::msgManager catalogue;
     catalogue.retrieveMsgNavigationInfo(m_number, answer);
-    m_navigationData = fromLatin1(answer);
+    const QStringList navigationData = fromLatin1(answer);
+    m_texts = NodeTexts::pack(
+        NodeTexts::displayString(m_texts), NodeTexts::dynamicData(m_texts), navigationData);
     m_navigationDataLoaded = true;
-    return m_navigationData;
+    return navigationData;
 }
 
 } // namespace zefa::msg_filter

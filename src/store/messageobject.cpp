@@ -2,6 +2,7 @@
 #include "common/severity.h"
 #include "filters/messagefilter.h"
 #include "store/messagereadwrite.h"
+#include "store/textpool.h"
 
 #include <msgfilter/host/host.h>
 #include <msgfilter/messageobject.h>
@@ -32,14 +33,6 @@ QString sharedTypeWord(const std::string& word)
     return impl_detail::fromLatin1(word);
 }
 
-bool isLatin1(const QString& text)
-{
-    for (const QChar ch : text)
-        if (ch.unicode() > 0xff)
-            return false;
-    return true;
-}
-
 } // namespace
 
 MessageObject::MessageObject(QObject* parent)
@@ -47,6 +40,7 @@ MessageObject::MessageObject(QObject* parent)
     , m_active(false)
     , m_currentProcess(kToolProcess)
     , m_filter(new MessageFilter(this))
+    , m_textPool(std::make_unique<impl_detail::TextPool>())
 {
     // Lets queued connections and signal spies carry the node pointer.
     static const int nodeType = qRegisterMetaType<MessageNode*>("zefa::msg_filter::MessageNode*");
@@ -100,11 +94,10 @@ void MessageObject::postMessage(const QString& component, const QString& message
     if (m_active)
         catalogue.postMsg(keyText.constData(), dynamic, navigation, 0);
 
-    // The node's id is the 8-bit key text; a Latin-1 key is that text already, and sharing
-    // it saves a copy per message.
-    const QString nodeId = isLatin1(key) ? key : QString::fromLatin1(keyText);
-    auto* node = new MessageNode(
-        nodeId, sharedTypeWord(typeWord), m_currentProcess, dynamicData, navigationData);
+    // The node's id is the 8-bit key text; a Latin-1 key is that text already.
+    const QString nodeId = impl_detail::fitsLatin1(key) ? key : QString::fromLatin1(keyText);
+    auto* node = new MessageNode(m_textPool->shared(nodeId), sharedTypeWord(typeWord),
+        m_currentProcess, dynamicData, navigationData);
     m_buffer[m_currentProcess].append(node);
     Q_EMIT sigMessageAppended(node);
 }
@@ -122,7 +115,7 @@ void MessageObject::appendMessage(
     if (!m_active || m_currentProcess != kToolProcess || number == -1)
         return;
     const std::optional<Severity> severity = impl_detail::severityOfHostMessageType(type);
-    auto* node = new MessageNode(number, messageId,
+    auto* node = new MessageNode(number, m_textPool->shared(messageId),
         severity ? impl_detail::translatedText(*severity) : QString(), m_currentProcess,
         displayString);
     m_buffer[m_currentProcess].append(node);
@@ -178,7 +171,7 @@ void MessageObject::loadProcessMessages(const QString& path)
 {
     m_messageFilePath = path;
     impl_detail::MessageReadWrite reader(m_messageFilePath);
-    reader.doRead(m_buffer, m_releasedNodes);
+    reader.doRead(m_buffer, m_releasedNodes, *m_textPool);
     Q_EMIT sigMessageBufferUpdated();
 }
 

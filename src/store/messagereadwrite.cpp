@@ -4,6 +4,7 @@
 #include "common/xmlentitybound.h"
 #include "common/xmlescapedtext.h"
 #include "common/xmlfileopen.h"
+#include "store/textpool.h"
 
 #include <QFile>
 #include <QXmlStreamReader>
@@ -73,7 +74,8 @@ bool MessageReadWrite::doWrite(const Buffer& buffer)
         kLocation, kOpenWriteLine);
 }
 
-bool MessageReadWrite::doRead(Buffer& buffer, std::vector<std::unique_ptr<MessageNode>>& released)
+bool MessageReadWrite::doRead(
+    Buffer& buffer, std::vector<std::unique_ptr<MessageNode>>& released, TextPool& pool)
 {
     QFile file(m_fileName);
     if (!openXmlFileForReading(file, kLocation, kMissingLine, kOpenReadLine))
@@ -101,9 +103,9 @@ bool MessageReadWrite::doRead(Buffer& buffer, std::vector<std::unique_ptr<Messag
                 inMessage = true;
             } else if (inMessage) {
                 if (name == kIdElement)
-                    messageId = readEscapedElementText(reader).trimmed();
+                    messageId = pool.shared(readEscapedElementText(reader).trimmed());
                 else if (name == kSeverityElement)
-                    severity = readEscapedElementText(reader).trimmed();
+                    severity = pool.shared(readEscapedElementText(reader).trimmed());
                 else if (name == kDynamicElement)
                     dynamicData.append(readEscapedElementText(reader));
                 else if (name == kNavigationElement)

@@ -12,6 +12,8 @@
 
 namespace zefa::msg_filter::impl_detail {
 
+class TextPool;
+
 /// Reads and writes one implementation's message log: every process buffer of a message
 /// object, as an XML document rooted at "ZefaMessageLog".
 ///
@@ -35,9 +37,11 @@ public:
     /// vector of that name; other processes keep theirs. Every node a read lets go of (the
     /// replaced vectors, and a process that occurs twice in the file) is moved to
     /// `released`, so that pointers held elsewhere stay valid while the caller keeps them.
+    /// The ids and severity words of the nodes are shared through `pool`.
     /// Returns false, touching nothing, when the file is missing or unreadable; true
     /// otherwise, also when the XML turned out to be malformed part-way.
-    bool doRead(Buffer& buffer, std::vector<std::unique_ptr<MessageNode>>& released);
+    bool doRead(
+        Buffer& buffer, std::vector<std::unique_ptr<MessageNode>>& released, TextPool& pool);
 
 private:
     QString m_fileName;

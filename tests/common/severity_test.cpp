@@ -86,4 +86,34 @@ TEST(Severity, RuleTypesReadErrorBeforeWarning)
     }
 }
 
+// Every byte in place of each letter of the words, and beside them, read as a Unicode
+// case-insensitive search of the Latin-1 text reads it.
+TEST(Severity, RuleTypesReadAsAUnicodeSearchOfTheirLatinOneText)
+{
+    const auto unicodeReading = [](const std::string& type) {
+        const QString text = QString::fromLatin1(type.data(), int(type.size()));
+        const auto has = [&text](const char* word) {
+            return text.contains(QLatin1String(word), Qt::CaseInsensitive);
+        };
+        if (has("error") || has("@E"))
+            return Severity::Error;
+        return has("warning") || has("@W") ? Severity::Warning : Severity::Info;
+    };
+    for (const std::string word : { "error", "@E", "Warning", "@w" }) {
+        for (std::size_t at = 0; at <= word.size(); ++at) {
+            for (int code = 0; code < 256; ++code) {
+                std::string replaced = word;
+                std::string inserted = word;
+                if (at < word.size())
+                    replaced[at] = char(code);
+                inserted.insert(at, 1, char(code));
+                for (const std::string& type : { replaced, inserted, "x" + replaced + "x" }) {
+                    ASSERT_EQ(severityOfRuleType(type), unicodeReading(type))
+                        << "word " << word << ", byte " << code << " at " << at;
+                }
+            }
+        }
+    }
+}
+
 } // namespace

@@ -369,7 +369,8 @@ TEST_F(StoreTest, CharactersXmlCannotCarrySurviveASaveAndALoad)
         EXPECT_TRUE(wellFormed(readAll(log)));
         MessageReadWrite::Buffer read;
         std::vector<std::unique_ptr<MessageNode>> released;
-        EXPECT_TRUE(MessageReadWrite(log).doRead(read, released));
+        TextPool pool;
+        EXPECT_TRUE(MessageReadWrite(log).doRead(read, released, pool));
         const QVector<MessageNode*> nodes = read.value(q("P") + value + q("P"));
         ASSERT_EQ(nodes.size(), 1);
         released.emplace_back(nodes.front());

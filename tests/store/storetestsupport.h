@@ -5,6 +5,7 @@
 
 #include "filters/messagefilterreadwrite.h"
 #include "store/messagereadwrite.h"
+#include "store/textpool.h"
 
 #include <msgfilter/host/host.h>
 #include <msgfilter/messageobject.h>
@@ -25,6 +26,7 @@ using zefa::msg_filter::MessageObject;
 using zefa::msg_filter::impl_detail::MessageFilter;
 using zefa::msg_filter::impl_detail::MessageFilterReadWrite;
 using zefa::msg_filter::impl_detail::MessageReadWrite;
+using zefa::msg_filter::impl_detail::TextPool;
 using FilterNode = MessageFilter::FilterNode;
 
 class StoreTest : public ::testing::Test {
