@@ -133,6 +133,15 @@ RegexPattern::Match RegexPattern::searchOnAutomaton(
         }
         return match;
     }
+    const CaptureReader* reader = m_compiled->translation.captures.get();
+    if (exact && reader != nullptr && reader->groupCount() == m_compiled->captureCount) {
+        match.length = static_cast<int>(found.size());
+        if (reader->read(latin1, position, match.length, match.captures)) {
+            match.position = position;
+            return match;
+        }
+        match = Match {};
+    }
     // The automaton's leftmost start is at or before QRegExp's (the same with an exact
     // translation), so QRegExp starts there and skips the stretch already ruled out.
     if (text != nullptr) {

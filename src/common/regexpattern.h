@@ -23,10 +23,12 @@ namespace zefa::msg_filter::impl_detail {
 ///
 /// Searches run on an automaton where the pattern translates to one with the same
 /// matches (see TranslatedPattern); its leftmost-longest match is the match QRegExp
-/// reports. Captured texts always come from QRegExp, started at the position the
-/// automaton found, because the two engines may split groups differently. Where only a
-/// superset translates, the automaton rules lines out and QRegExp decides the rest; where
-/// nothing translates, or the text holds a character beyond Latin-1, QRegExp runs alone.
+/// reports. Where the pattern can match that stretch one way only, the captured texts
+/// follow from it (see CaptureReader); otherwise they come from QRegExp, started at the
+/// position the automaton found, because the two engines may split groups differently.
+/// Where only a superset translates, the automaton rules lines out and QRegExp decides the
+/// rest; where nothing translates, or the text holds a character beyond Latin-1, QRegExp
+/// runs alone.
 /// The build option MSGFILTER_REFERENCE_REGEX, or MSGFILTER_REGEX_ENGINE=reference in the
 /// environment (read once; meant for comparing the engines), makes QRegExp run alone always.
 ///

@@ -3,6 +3,7 @@
 #include <QMutex>
 #include <QRegExp>
 
+#include <algorithm>
 #include <bitset>
 #include <map>
 #include <optional>
@@ -58,6 +59,8 @@ struct Node {
         EndOfText,
         Assertion, ///< look-ahead or word boundary: zero width, not carried over
         BackReference, ///< not carried over
+        Capture, ///< children[0], its text kept as capture group `capture`
+        NextCharacter, ///< look-ahead for one character out of `bytes`: zero width
     };
 
     explicit Node(Kind nodeKind = Kind::Sequence)
@@ -70,7 +73,181 @@ struct Node {
     std::vector<Node> children;
     int min = 0;
     int max = 0;
+    int capture = 0; ///< the group's number, for a Capture
 };
+
+// Whether the node may match the empty string; zero-width constructs and what cannot
+// be told count as empty.
+bool mayBeEmpty(const Node& node)
+{
+    switch (node.kind) {
+    case Node::Kind::Bytes:
+        return false;
+    case Node::Kind::Sequence:
+        return std::all_of(node.children.begin(), node.children.end(),
+            [](const Node& child) { return mayBeEmpty(child); });
+    case Node::Kind::Alternation:
+        return std::any_of(node.children.begin(), node.children.end(),
+            [](const Node& child) { return mayBeEmpty(child); });
+    case Node::Kind::Repeat:
+        return node.min == 0 || mayBeEmpty(node.children.front());
+    case Node::Kind::Capture:
+        return mayBeEmpty(node.children.front());
+    default:
+        return true;
+    }
+}
+
+// The strings of `node` whose first character is one of `first`, as a tree of the same
+// kind; nothing when the node has no such string or the rewriting cannot be sure.
+struct Restricted {
+    enum class Outcome { Rewritten, Never, Unsure };
+    Outcome outcome = Outcome::Unsure;
+    Node node;
+};
+
+Restricted restrictedChoice(Node alternation);
+Restricted restrictSequence(const Node& sequence, std::size_t from, const ByteSet& first);
+
+Restricted restrictFirst(const Node& node, const ByteSet& first)
+{
+    Restricted result;
+    switch (node.kind) {
+    case Node::Kind::Bytes:
+        result.node = node;
+        result.node.bytes &= first;
+        result.outcome =
+            result.node.bytes.none() ? Restricted::Outcome::Never : Restricted::Outcome::Rewritten;
+        return result;
+    case Node::Kind::Capture: {
+        Restricted inner = restrictFirst(node.children.front(), first);
+        if (inner.outcome == Restricted::Outcome::Rewritten) {
+            result.node = Node(Node::Kind::Capture);
+            result.node.capture = node.capture;
+            result.node.children.push_back(std::move(inner.node));
+        }
+        result.outcome = inner.outcome;
+        return result;
+    }
+    case Node::Kind::Alternation: {
+        Node alternation(Node::Kind::Alternation);
+        for (const Node& child : node.children) {
+            Restricted branch = restrictFirst(child, first);
+            if (branch.outcome == Restricted::Outcome::Unsure) {
+                return result;
+            }
+            if (branch.outcome == Restricted::Outcome::Rewritten) {
+                alternation.children.push_back(std::move(branch.node));
+            }
+        }
+        return restrictedChoice(std::move(alternation));
+    }
+    case Node::Kind::Sequence:
+        return restrictSequence(node, 0, first);
+    case Node::Kind::Repeat: {
+        const Node& child = node.children.front();
+        if (node.max == 0) {
+            result.outcome = Restricted::Outcome::Never;
+            return result;
+        }
+        if (mayBeEmpty(child)) {
+            return result;
+        }
+        Restricted once = restrictFirst(child, first);
+        if (once.outcome != Restricted::Outcome::Rewritten || node.max == 1) {
+            return once;
+        }
+        // The first pass starts with the character; the others are as they were.
+        Node rest(Node::Kind::Repeat);
+        rest.min = std::max(node.min - 1, 0);
+        rest.max = node.max == kUnbounded ? kUnbounded : node.max - 1;
+        rest.children.push_back(child);
+        result.node = Node(Node::Kind::Sequence);
+        result.node.children.push_back(std::move(once.node));
+        result.node.children.push_back(std::move(rest));
+        result.outcome = Restricted::Outcome::Rewritten;
+        return result;
+    }
+    default:
+        return result;
+    }
+}
+
+Restricted restrictedChoice(Node alternation)
+{
+    Restricted result;
+    result.outcome =
+        alternation.children.empty() ? Restricted::Outcome::Never : Restricted::Outcome::Rewritten;
+    if (alternation.children.size() == 1) {
+        result.node = std::move(alternation.children.front());
+    } else {
+        result.node = std::move(alternation);
+    }
+    return result;
+}
+
+// The children of `sequence` from `from` on, restricted: either the first of them starts
+// with the character, or it runs no pass and the rest starts with it.
+Restricted restrictSequence(const Node& sequence, std::size_t from, const ByteSet& first)
+{
+    Restricted result;
+    if (from == sequence.children.size()) {
+        result.outcome = Restricted::Outcome::Never;
+        return result;
+    }
+    const Node& head = sequence.children[from];
+    Node alternation(Node::Kind::Alternation);
+    Restricted starts = restrictFirst(head, first);
+    if (starts.outcome == Restricted::Outcome::Unsure) {
+        return result;
+    }
+    if (starts.outcome == Restricted::Outcome::Rewritten) {
+        Node branch(Node::Kind::Sequence);
+        branch.children.push_back(std::move(starts.node));
+        branch.children.insert(
+            branch.children.end(), sequence.children.begin() + from + 1, sequence.children.end());
+        alternation.children.push_back(std::move(branch));
+    }
+    if (mayBeEmpty(head)) {
+        // Only a repetition that may run no pass matches empty one way, with its groups
+        // taking no part, as they take none where it is left out.
+        if (head.kind != Node::Kind::Repeat || head.min != 0 || mayBeEmpty(head.children.front())) {
+            return result;
+        }
+        Restricted later = restrictSequence(sequence, from + 1, first);
+        if (later.outcome == Restricted::Outcome::Unsure) {
+            return result;
+        }
+        if (later.outcome == Restricted::Outcome::Rewritten) {
+            alternation.children.push_back(std::move(later.node));
+        }
+    }
+    return restrictedChoice(std::move(alternation));
+}
+
+// A look-ahead for one character, followed in its sequence by what must read at least
+// one character, only keeps the strings of the rest that start with that character:
+// written so, the pattern needs no look-ahead.
+void absorbLookAheads(Node& sequence)
+{
+    for (std::size_t index = sequence.children.size(); index-- > 0;) {
+        if (sequence.children[index].kind != Node::Kind::NextCharacter) {
+            continue;
+        }
+        Node rest(Node::Kind::Sequence);
+        rest.children.assign(sequence.children.begin() + static_cast<std::ptrdiff_t>(index) + 1,
+            sequence.children.end());
+        if (mayBeEmpty(rest)) {
+            continue;
+        }
+        Restricted restricted = restrictFirst(rest, sequence.children[index].bytes);
+        if (restricted.outcome != Restricted::Outcome::Rewritten) {
+            continue;
+        }
+        sequence.children.resize(index);
+        sequence.children.push_back(std::move(restricted.node));
+    }
+}
 
 // Reads the dialect with the reference engine's own tokenizing rules (which characters
 // an escape takes, where a class ends, that the first character of a class is literal,
@@ -118,6 +295,7 @@ private:
         while (!m_failed && !atEnd() && peek() != '|' && peek() != ')') {
             sequence.children.push_back(parseFactor());
         }
+        absorbLookAheads(sequence);
         return sequence;
     }
 
@@ -234,14 +412,16 @@ private:
 
     Node parseGroup()
     {
-        Node::Kind kind = Node::Kind::Sequence;
+        Node::Kind kind = Node::Kind::Capture;
+        ushort marker = 0;
         if (!atEnd() && peek() == '?') {
+            kind = Node::Kind::Sequence;
             ++m_position;
             if (atEnd()) {
                 fail();
                 return Node();
             }
-            const ushort marker = peek();
+            marker = peek();
             ++m_position;
             if (marker == '=' || marker == '!') {
                 kind = Node::Kind::Assertion;
@@ -250,6 +430,8 @@ private:
                 return Node();
             }
         }
+        // Groups are numbered in the order they open.
+        const int number = kind == Node::Kind::Capture ? ++m_captureCount : 0;
         Node inner = parseAlternation();
         if (m_failed || atEnd() || peek() != ')') {
             fail();
@@ -257,7 +439,22 @@ private:
         }
         ++m_position;
         if (kind == Node::Kind::Assertion) {
+            const Node* single = &inner;
+            if (single->kind == Node::Kind::Sequence && single->children.size() == 1) {
+                single = &single->children.front();
+            }
+            if (marker == '=' && single->kind == Node::Kind::Bytes) {
+                Node next(Node::Kind::NextCharacter);
+                next.bytes = single->bytes;
+                return next;
+            }
             return Node(Node::Kind::Assertion);
+        }
+        if (kind == Node::Kind::Capture) {
+            Node capture(Node::Kind::Capture);
+            capture.capture = number;
+            capture.children.push_back(std::move(inner));
+            return capture;
         }
         return inner;
     }
@@ -358,6 +555,7 @@ private:
     const QString& m_pattern;
     bool m_caseSensitive;
     int m_position = 0;
+    int m_captureCount = 0;
     bool m_failed = false;
 };
 
@@ -382,6 +580,8 @@ private:
         switch (node.kind) {
         case Node::Kind::Bytes:
             return appendBytes(node.bytes, out);
+        case Node::Kind::Capture:
+            return append(node.children.front(), out, repeatDepth);
         case Node::Kind::Sequence:
             for (const Node& child : node.children) {
                 if (!append(child, out, repeatDepth)) {
@@ -416,6 +616,7 @@ private:
             }
             return true;
         case Node::Kind::Assertion:
+        case Node::Kind::NextCharacter:
             m_exact = false;
             return true;
         case Node::Kind::BackReference:
@@ -486,6 +687,203 @@ private:
     bool m_exact = true;
 };
 
+// Builds the position automaton of a tree for a CaptureReader: one state per character
+// set, repetitions with counts written out as that many copies.
+class CaptureReaderBuilder {
+public:
+    std::shared_ptr<const CaptureReader> build(const Node& root)
+    {
+        std::vector<const Node*> parts;
+        if (root.kind == Node::Kind::Sequence) {
+            for (const Node& child : root.children) {
+                parts.push_back(&child);
+            }
+        } else {
+            parts.push_back(&root);
+        }
+        // A match the search found already stands where its anchors allow.
+        if (!parts.empty() && parts.front()->kind == Node::Kind::StartOfText) {
+            parts.erase(parts.begin());
+        }
+        if (!parts.empty() && parts.back()->kind == Node::Kind::EndOfText) {
+            parts.pop_back();
+        }
+        Piece whole = empty();
+        for (const Node* part : parts) {
+            whole = sequence(whole, piece(*part, 0));
+        }
+        if (m_failed || m_groupMayBeEmpty.size() > 64) {
+            return nullptr;
+        }
+        for (const bool known : m_groupKnown) {
+            if (!known) {
+                return nullptr;
+            }
+        }
+        return std::make_shared<const CaptureReader>(
+            m_states, m_follow, whole.first, whole.last, m_groupMayBeEmpty);
+    }
+
+private:
+    // The largest automaton worth building; a pattern beyond it keeps QRegExp's groups.
+    static constexpr std::size_t kMostStates = 2048;
+
+    struct Piece {
+        bool mayBeEmpty = true;
+        std::vector<int> first;
+        std::vector<int> last;
+    };
+
+    static Piece empty() { return Piece {}; }
+
+    void link(const std::vector<int>& from, const std::vector<int>& to)
+    {
+        for (const int state : from) {
+            auto& next = m_follow[static_cast<std::size_t>(state)];
+            next.insert(next.end(), to.begin(), to.end());
+        }
+    }
+
+    Piece sequence(const Piece& before, const Piece& after)
+    {
+        link(before.last, after.first);
+        Piece joined;
+        joined.mayBeEmpty = before.mayBeEmpty && after.mayBeEmpty;
+        joined.first = before.first;
+        if (before.mayBeEmpty) {
+            joined.first.insert(joined.first.end(), after.first.begin(), after.first.end());
+        }
+        joined.last = after.last;
+        if (after.mayBeEmpty) {
+            joined.last.insert(joined.last.end(), before.last.begin(), before.last.end());
+        }
+        return joined;
+    }
+
+    static Piece either(Piece one, const Piece& other)
+    {
+        one.mayBeEmpty = one.mayBeEmpty || other.mayBeEmpty;
+        one.first.insert(one.first.end(), other.first.begin(), other.first.end());
+        one.last.insert(one.last.end(), other.last.begin(), other.last.end());
+        return one;
+    }
+
+    Piece piece(const Node& node, std::uint64_t groups)
+    {
+        if (m_failed) {
+            return empty();
+        }
+        switch (node.kind) {
+        case Node::Kind::Bytes: {
+            if (m_states.size() >= kMostStates) {
+                m_failed = true;
+                return empty();
+            }
+            const int state = static_cast<int>(m_states.size());
+            m_states.push_back({ node.bytes, groups });
+            m_follow.emplace_back();
+            Piece single;
+            single.mayBeEmpty = false;
+            single.first = { state };
+            single.last = { state };
+            return single;
+        }
+        case Node::Kind::Capture: {
+            const auto index = static_cast<std::size_t>(node.capture - 1);
+            if (index >= 64) {
+                m_failed = true;
+                return empty();
+            }
+            if (m_groupMayBeEmpty.size() <= index) {
+                m_groupMayBeEmpty.resize(index + 1, false);
+                m_groupKnown.resize(index + 1, false);
+            }
+            Piece inner = piece(node.children.front(), groups | (std::uint64_t { 1 } << index));
+            // A group written out in two alternatives may be empty if either copy may.
+            m_groupMayBeEmpty[index] = m_groupMayBeEmpty[index] || inner.mayBeEmpty;
+            m_groupKnown[index] = true;
+            return inner;
+        }
+        case Node::Kind::Sequence: {
+            Piece joined = empty();
+            for (const Node& child : node.children) {
+                joined = sequence(joined, piece(child, groups));
+            }
+            return joined;
+        }
+        case Node::Kind::Alternation: {
+            Piece any = piece(node.children.front(), groups);
+            for (std::size_t index = 1; index < node.children.size(); ++index) {
+                any = either(std::move(any), piece(node.children[index], groups));
+            }
+            return any;
+        }
+        case Node::Kind::Repeat:
+            return repeat(node, groups);
+        case Node::Kind::StartOfText:
+        case Node::Kind::EndOfText:
+        case Node::Kind::Assertion:
+        case Node::Kind::NextCharacter:
+        case Node::Kind::BackReference:
+            break;
+        }
+        m_failed = true;
+        return empty();
+    }
+
+    // x{m,n} as m copies of x, then n - m nested optional copies, or a looping copy when
+    // n is unbounded. A group would be copied, and read once per pass: left to QRegExp.
+    Piece repeat(const Node& node, std::uint64_t groups)
+    {
+        const Node& child = node.children.front();
+        if (node.max == 0) {
+            m_failed = m_failed || holdsCapture(child);
+            return empty();
+        }
+        if (node.max > 1 && holdsCapture(child)) {
+            m_failed = true;
+            return empty();
+        }
+        Piece joined = empty();
+        for (int copy = 0; copy < node.min; ++copy) {
+            joined = sequence(joined, piece(child, groups));
+        }
+        if (node.max == kUnbounded) {
+            Piece loop = piece(child, groups);
+            link(loop.last, loop.first);
+            loop.mayBeEmpty = true;
+            return sequence(joined, loop);
+        }
+        // The optional copies, innermost first: (x(x(x)?)?)?
+        Piece optional = empty();
+        for (int copy = node.min; copy < node.max; ++copy) {
+            Piece one = piece(child, groups);
+            optional = sequence(one, optional);
+            optional.mayBeEmpty = true;
+        }
+        return sequence(joined, optional);
+    }
+
+    static bool holdsCapture(const Node& node)
+    {
+        if (node.kind == Node::Kind::Capture) {
+            return true;
+        }
+        for (const Node& child : node.children) {
+            if (holdsCapture(child)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    std::vector<CaptureReader::State> m_states;
+    std::vector<std::vector<int>> m_follow;
+    std::vector<bool> m_groupMayBeEmpty;
+    std::vector<bool> m_groupKnown;
+    bool m_failed = false;
+};
+
 } // namespace
 
 TranslatedPattern translatePattern(const QString& pattern, bool caseSensitive)
@@ -503,6 +901,9 @@ TranslatedPattern translatePattern(const QString& pattern, bool caseSensitive)
     translated.fidelity =
         writer.exact() ? TranslatedPattern::Fidelity::Exact : TranslatedPattern::Fidelity::Superset;
     translated.text = std::move(text);
+    if (writer.exact()) {
+        translated.captures = CaptureReaderBuilder().build(*tree);
+    }
     return translated;
 }
 

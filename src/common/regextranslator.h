@@ -1,7 +1,10 @@
 #pragma once
 
+#include "common/capturereader.h"
+
 #include <QString>
 
+#include <memory>
 #include <string>
 
 namespace zefa::msg_filter::impl_detail {
@@ -25,6 +28,9 @@ struct TranslatedPattern {
 
     Fidelity fidelity = Fidelity::None;
     std::string text; ///< automaton syntax; empty when fidelity is None
+    /// Reads the groups of an exact translation's matches where it can; null where groups
+    /// lie in repetitions, anchors stand inside the pattern, or the pattern is too large.
+    std::shared_ptr<const CaptureReader> captures;
 };
 
 /// Translates a pattern the reference engine accepts; an invalid pattern yields None.

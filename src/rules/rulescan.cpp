@@ -62,16 +62,13 @@ RuleScan::SubRuleFound RuleScan::findSubRule(const ZefaMsgParserRule& rule, std:
     SubRuleFound found;
     for (std::size_t index = 0; index < rule.m_subPatterns.size(); ++index) {
         const RegexPattern& pattern = *rule.m_subPatterns[index];
-        // Only the winner's groups are wanted: the automaton tells which sub-rule wins and
-        // where, and the groups are read from there.
-        const bool screened = pattern.translation().fidelity != TranslatedPattern::Fidelity::None;
-        found.match = pattern.search(
-            line, 0, screened ? RegexPattern::Captures::Skip : RegexPattern::Captures::Collect);
+        // Fields come from the groups alone, so a pattern without groups collects
+        // nothing; a sub-rule that does not match costs the automaton's search alone.
+        found.match = pattern.search(line, 0,
+            pattern.captureCount() > 0 ? RegexPattern::Captures::Collect
+                                       : RegexPattern::Captures::Skip);
         if (!found.match.found()) {
             continue;
-        }
-        if (screened && pattern.captureCount() > 0) {
-            found.match = pattern.search(line, found.match.position);
         }
         // First match wins, not best match: the file's order of sub-rules is the priority.
         found.index = static_cast<int>(index);

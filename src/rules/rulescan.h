@@ -35,7 +35,7 @@ public:
     /// The first sub-rule of a rule that matches anywhere in a line.
     struct SubRuleFound {
         int index = -1; ///< in the rule's order; -1 when none matches
-        RegexPattern::Match match; ///< with the captured texts
+        RegexPattern::Match match; ///< with the captured texts when the pattern has groups
     };
 
     bool isCurrent(const ZefaMsgParserEngin& engine) const;

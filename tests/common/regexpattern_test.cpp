@@ -97,6 +97,20 @@ const SearchRow kSearchRows[] = {
         "-1/-1" },
     { "look-ahead is screened, then confirmed", fromLatin1("a(?=b)"), "acab", 0, kSensitive,
         Fidelity::Superset, "2/1 [a]" },
+    { "look-ahead for one character folded into what follows", fromLatin1("a(?=\\S)\\w+"),
+        "a b ab1", 0, kSensitive, Fidelity::Exact, "4/3 [ab1]" },
+    { "look-ahead past an optional part", fromLatin1("x(?=\\d)(?:[a-z]*;)?\\w+"), "xab;c x1", 0,
+        kSensitive, Fidelity::Exact, "6/2 [x1]" },
+    { "look-ahead into an optional part", fromLatin1("x(?=[a-c])(?:[a-z]*;)?\\w+"), "xb;c", 0,
+        kSensitive, Fidelity::Exact, "0/4 [xb;c]" },
+    { "look-ahead over groups", fromLatin1("^(?=\\S)(\\w+ )?(\\d+)"), "ab 12", 0, kSensitive,
+        Fidelity::Exact, "0/5 [ab 12] [ab ] [12]" },
+    { "look-ahead under case folding", fromLatin1("(?=[a-c])[A-Z]+"), "XYB z", 0, kInsensitive,
+        Fidelity::Exact, "2/1 [B]" },
+    { "look-ahead no character can pass", fromLatin1("(?=\\d)[a-z]+"), "ab1", 0, kSensitive,
+        Fidelity::Superset, "-1/-1" },
+    { "look-ahead for more than a character", fromLatin1("a(?=bc)\\w+"), "abd abc", 0, kSensitive,
+        Fidelity::Superset, "4/3 [abc]" },
     { "negative look-ahead", fromLatin1("^\\s*(?!ERROR\\b)[A-Z]+:"), "  ERRORS:", 0, kSensitive,
         Fidelity::Superset, "0/9 [  ERRORS:]" },
     { "word boundary uses Latin-1 letters", fromLatin1("\\bx"), "\xe9x x", 0, kSensitive,
@@ -143,13 +157,20 @@ TEST(PatternSet, LeavesOutOnlyPatternsThatCannotMatch)
     const RegexPattern lookAhead(QStringLiteral("x(?=y)"));
     const RegexPattern tooLong(QStringLiteral("z{1001}"));
     const RegexPattern invalid(QStringLiteral("("));
-    const PatternSet set({ &error, &warning, &lookAhead, &tooLong, &invalid });
+    const RegexPattern anchoredBranch(QStringLiteral("^ab|cd"));
+    const RegexPattern spacedStart(QStringLiteral("^\\s*INFO"));
+    const PatternSet set(
+        { &error, &warning, &lookAhead, &tooLong, &invalid, &anchoredBranch, &spacedStart });
     const std::tuple<const char*, std::string, std::vector<int>> rows[] = {
         // The look-ahead pattern is screened without its look-ahead; the others always go.
         { "nothing screened matches", "plain", { 3, 4 } },
         { "anchored pattern away from the start", "a ERROR: WARNING", { 1, 3, 4 } },
         { "both, in index order", "ERROR: WARNING", { 0, 1, 3, 4 } },
         { "screen wider than the pattern", "xz", { 2, 3, 4 } },
+        { "only one alternative anchored", "- cd", { 3, 4, 5 } },
+        { "anchored alternative at the start", "ab", { 3, 4, 5 } },
+        { "anchored pattern after blanks and a line feed", " \n INFO WARNING", { 1, 3, 4, 6 } },
+        { "anchored pattern behind its start", "- INFO", { 3, 4 } },
     };
     for (const auto& [name, text, expected] : rows) {
         SCOPED_TRACE(name);
@@ -157,6 +178,18 @@ TEST(PatternSet, LeavesOutOnlyPatternsThatCannotMatch)
         set.candidates(text, found);
         EXPECT_EQ(found, expected);
     }
+}
+
+// The automaton's parser must not pull a Latin-1 character both patterns start with out
+// of them: it would then never match it.
+TEST(PatternSet, ScreensPatternsSharingALatin1Prefix)
+{
+    const RegexPattern noBreakSpace(fromLatin1("\xa0\xb5?"));
+    const RegexPattern noBreakSpaceAlone(fromLatin1("\xa0"));
+    const PatternSet set({ &noBreakSpace, &noBreakSpaceAlone });
+    std::vector<int> found;
+    set.candidates("-\xa0\xe9", found);
+    EXPECT_EQ(found, (std::vector<int> { 0, 1 }));
 }
 
 } // namespace

@@ -2,6 +2,11 @@
 // user or a program reading them sees.
 
 #include "formats/messageformat.h"
+#include "messagedescription.h"
+
+#include <QJsonDocument>
+
+#include <functional>
 
 #include <gtest/gtest.h>
 
@@ -96,6 +101,152 @@ INSTANTIATE_TEST_SUITE_P(Rows, Formats,
             "\\\"q\\\" in caf\xc3\xa9 %1\\t[a.v:3]\",\"type\":\"message:critical-warning\"}\n",
             "" }),
     [](const testing::TestParamInfo<FormatRow>& info) { return std::string(info.param.name); });
+
+// jsonl writes each object itself; a JSON reader must get back exactly what the document
+// writer of the message's object would have written, escapes and member order included.
+struct JsonlRow {
+    const char* name;
+    ClassifiedLine line;
+};
+
+void PrintTo(const JsonlRow& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+ClassifiedLine withText(const QString& text)
+{
+    ClassifiedLine line = sampleLine();
+    line.text = text;
+    line.fields.emplace_back(QStringLiteral("k\u00e9y\n"), text);
+    return line;
+}
+
+QString fromCodes(std::initializer_list<ushort> codes)
+{
+    QString text;
+    for (const ushort code : codes) {
+        text += QChar(code);
+    }
+    return text;
+}
+
+ClassifiedLine changed(const std::function<void(ClassifiedLine&)>& change)
+{
+    ClassifiedLine line = sampleLine();
+    change(line);
+    return line;
+}
+
+class JsonlObjects : public testing::TestWithParam<JsonlRow> { };
+
+TEST_P(JsonlObjects, AreWhatTheDocumentWriterWrites)
+{
+    const ClassifiedLine& line = GetParam().line;
+    const std::unique_ptr<MessageFormat> format = makeMessageFormat(QStringLiteral("jsonl"), {});
+    EXPECT_EQ(format->message(line).toStdString(),
+        QByteArray(QJsonDocument(toJsonl(line)).toJson(QJsonDocument::Compact) + '\n')
+            .toStdString());
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, JsonlObjects,
+    testing::Values(JsonlRow { "sample", sampleLine() },
+        JsonlRow { "every_control_character",
+            withText(fromCodes({ 0, 1, 7, 8, 9, 10, 11, 12, 13, 14, 0x1b, 0x1f, 0x20, 0x7f })) },
+        JsonlRow { "quotes_slashes_and_backslashes", withText(QStringLiteral("\"a\\b/c\"")) },
+        JsonlRow { "latin1_and_beyond",
+            withText(fromCodes({ 0x80, 0xa0, 0xe9, 0xff, 0x100, 0x7ff, 0x800, 0x2028, 0xfeff,
+                0xfffd, 0xfffe, 0xffff })) },
+        JsonlRow { "surrogate_pair", withText(fromCodes({ 'a', 0xd83d, 0xde00, 'b' })) },
+        JsonlRow { "lone_and_reversed_surrogates",
+            withText(fromCodes({ 0xd800, 'x', 0xdc00, 0xde00, 0xd83d, 0xdbff })) },
+        JsonlRow { "empty_strings_and_no_fields", changed([](ClassifiedLine& line) {
+                      line.fields.clear();
+                      line.text.clear();
+                      line.file.clear();
+                      line.rule = QString();
+                  }) },
+        JsonlRow { "new_against_a_baseline",
+            changed([](ClassifiedLine& line) { line.baseline = BaselineState::New; }) },
+        JsonlRow { "known_against_a_baseline",
+            changed([](ClassifiedLine& line) { line.baseline = BaselineState::Known; }) },
+        JsonlRow {
+            "line_one_million", changed([](ClassifiedLine& line) { line.number = 1000000; }) },
+        JsonlRow { "largest_exact_line",
+            changed([](ClassifiedLine& line) { line.number = 9007199254740992LL; }) },
+        JsonlRow { "line_beyond_exact_doubles",
+            changed([](ClassifiedLine& line) { line.number = 9007199254740993LL; }) },
+        JsonlRow { "line_zero", changed([](ClassifiedLine& line) { line.number = 0; }) },
+        JsonlRow { "every_severity_name_error",
+            changed([](ClassifiedLine& line) { line.severity = Severity::Error; }) },
+        JsonlRow {
+            "no_severity", changed([](ClassifiedLine& line) { line.severity = Severity::None; }) }),
+    [](const testing::TestParamInfo<JsonlRow>& info) { return std::string(info.param.name); });
+
+TEST(Formats, JsonlLeavesWaivedLinesOut)
+{
+    ClassifiedLine line = sampleLine();
+    line.waived = true;
+    EXPECT_TRUE(makeMessageFormat(QStringLiteral("jsonl"), {})->message(line).isEmpty());
+}
+
+// The text format prints the line as it is, with controls made visible, in UTF-8.
+struct TextRow {
+    const char* name;
+    QString file;
+    QString text;
+    std::string expected;
+};
+
+void PrintTo(const TextRow& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class TextLines : public testing::TestWithParam<TextRow> { };
+
+TEST_P(TextLines, PrintExactly)
+{
+    const TextRow& row = GetParam();
+    ClassifiedLine line = sampleLine();
+    line.file = row.file;
+    line.text = row.text;
+    line.severity = Severity::Warning;
+    line.rule = QStringLiteral("r");
+    EXPECT_EQ(
+        makeMessageFormat(QStringLiteral("text"), {})->message(line).toStdString(), row.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, TextLines,
+    testing::Values(TextRow { "controls_escaped_tab_kept", QStringLiteral("a.log"),
+                        fromCodes({ 'a', 1, 'b', 0x1b, 'c', 0x7f, 'd', '\t', 'e', '\r', 0 }),
+                        "a.log:12: Warning [r] a\\x01b\\x1Bc\\x7Fd\te\\x0D\\x00\n" },
+        TextRow { "latin1_and_wider_characters", QStringLiteral("a.log"),
+            fromCodes({ 0xe9, 0xa0, 0x20ac, 0xfffd }),
+            "a.log:12: Warning [r] \xc3\xa9\xc2\xa0\xe2\x82\xac\xef\xbf\xbd\n" },
+        TextRow { "surrogate_pair", QStringLiteral("a.log"), fromCodes({ 0xd83d, 0xde00 }),
+            "a.log:12: Warning [r] \xf0\x9f\x98\x80\n" },
+        TextRow { "lone_surrogate", QStringLiteral("a.log"), fromCodes({ 'x', 0xd800, 'y' }),
+            "a.log:12: Warning [r] x?y\n" },
+        TextRow { "control_in_file_name", fromCodes({ 'a', 0x1b, '.', 'l' }), QStringLiteral("t"),
+            "a\\x1B.l:12: Warning [r] t\n" },
+        // The name's "%1" takes the line number, and the later markers shift along.
+        TextRow { "percent_marker_in_file_name", QStringLiteral("run%1.log"), QStringLiteral("t"),
+            "run12.log:Warning: r [%4] t\n" }),
+    [](const testing::TestParamInfo<TextRow>& info) { return std::string(info.param.name); });
+
+TEST(Formats, TextNamesTheFileOfEachMessage)
+{
+    const std::unique_ptr<MessageFormat> format = makeMessageFormat(QStringLiteral("text"), {});
+    ClassifiedLine line = sampleLine();
+    line.text = QStringLiteral("t");
+    std::string printed = format->message(line).toStdString();
+    line.file = QStringLiteral("second.log");
+    printed += format->message(line).toStdString();
+    EXPECT_EQ(printed,
+        "logs/run 1.log:12: Critical Warning [bracket-tag-message] t\n"
+        "second.log:12: Critical Warning [bracket-tag-message] t\n");
+}
 
 TEST(Formats, AnUnknownNameHasNoFormat)
 {

@@ -1,5 +1,7 @@
 #include "displaytext.h"
 
+#include <algorithm>
+
 namespace zefa::msg_filter::tool {
 
 namespace {
@@ -13,6 +15,12 @@ int qtSize(std::size_t size)
 // whose bytes survive a round trip, whatever Qt's decoder counts as invalid.
 bool decodesAsUtf8(const char* bytes, std::size_t size, QString& text)
 {
+    // ASCII, most of every log, is UTF-8 that decodes one character per byte.
+    if (std::all_of(bytes, bytes + size,
+            [](char byte) { return static_cast<unsigned char>(byte) < 0x80; })) {
+        text = QString::fromLatin1(bytes, qtSize(size));
+        return true;
+    }
     text = QString::fromUtf8(bytes, qtSize(size));
     const QByteArray again = text.toUtf8();
     return static_cast<std::size_t>(again.size()) == size

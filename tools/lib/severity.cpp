@@ -2,9 +2,17 @@
 
 #include "common/severity.h"
 
+#include <unordered_map>
+
 namespace zefa::msg_filter::tool {
 
-Severity severityOfType(const std::string& type)
+namespace {
+
+// The types a thread remembers: the few of the rule files and of structured lines, not
+// whatever an odd log puts in a structured line's type.
+constexpr std::size_t kMostRememberedTypes = 64;
+
+Severity readSeverityOfType(const std::string& type)
 {
     // The engine side's own reading, so that the tool and the host never disagree.
     switch (impl_detail::severityOfRuleType(type)) {
@@ -22,6 +30,23 @@ Severity severityOfType(const std::string& type)
         break;
     }
     return Severity::Info;
+}
+
+} // namespace
+
+Severity severityOfType(const std::string& type)
+{
+    // Every recognised line asks, and the answer takes case-blind searches for words.
+    thread_local std::unordered_map<std::string, Severity> remembered;
+    const auto found = remembered.find(type);
+    if (found != remembered.end()) {
+        return found->second;
+    }
+    const Severity severity = readSeverityOfType(type);
+    if (remembered.size() < kMostRememberedTypes) {
+        remembered.emplace(type, severity);
+    }
+    return severity;
 }
 
 QString severityName(Severity severity)

@@ -8,6 +8,44 @@
 
 namespace zefa::msg_filter::tool {
 
+namespace {
+
+// Appends visibleText(text) in UTF-8. Returns false, having appended part of it, when
+// the text holds a surrogate: only the conversion of the whole string says what an
+// unpaired one becomes.
+bool appendVisibleUtf8(QByteArray& out, const QString& text)
+{
+    static const char kHex[] = "0123456789ABCDEF";
+    // No character takes more than four bytes ("\\xHH"); the array is cut to size after.
+    const int start = out.size();
+    out.resize(start + 4 * text.size());
+    char* write = out.data() + start;
+    for (const QChar character : text) {
+        const ushort code = character.unicode();
+        if ((code < 0x20 && code != '\t') || code == 0x7f) {
+            *write++ = '\\';
+            *write++ = 'x';
+            *write++ = kHex[code >> 4];
+            *write++ = kHex[code & 15];
+        } else if (code < 0x80) {
+            *write++ = static_cast<char>(code);
+        } else if (code < 0x800) {
+            *write++ = static_cast<char>(0xc0 | (code >> 6));
+            *write++ = static_cast<char>(0x80 | (code & 0x3f));
+        } else if (QChar::isSurrogate(code)) {
+            return false;
+        } else {
+            *write++ = static_cast<char>(0xe0 | (code >> 12));
+            *write++ = static_cast<char>(0x80 | ((code >> 6) & 0x3f));
+            *write++ = static_cast<char>(0x80 | (code & 0x3f));
+        }
+    }
+    out.resize(static_cast<int>(write - out.data()));
+    return true;
+}
+
+} // namespace
+
 TextFormat::TextFormat(const FormatOptions& options)
     : m_color(options.color)
     , m_review(options.review)
@@ -18,6 +56,33 @@ QByteArray TextFormat::message(const ClassifiedLine& line)
 {
     if (line.waived) {
         return {};
+    }
+    // The template below reads a '%' in the file name as a place marker; such a name
+    // keeps going through it.
+    if (!line.file.contains(QLatin1Char('%'))) {
+        if (line.file != m_file) {
+            m_file = line.file;
+            m_visibleFile = visibleText(line.file).toUtf8();
+        }
+        QByteArray out;
+        out.reserve(m_visibleFile.size() + 3 * line.rule.size() + 4 * line.text.size() + 64);
+        out += m_visibleFile;
+        out += ':';
+        out += QByteArray::number(line.number);
+        out += ": ";
+        if (line.severity != m_severity) {
+            m_severity = line.severity;
+            m_coloredSeverity =
+                colored(severityName(line.severity), line.severity, m_color).toUtf8();
+        }
+        out += m_coloredSeverity;
+        out += " [";
+        out += line.rule.toUtf8();
+        out += "] ";
+        if (appendVisibleUtf8(out, line.text)) {
+            out += '\n';
+            return out;
+        }
     }
     return QStringLiteral("%1:%2: %3 [%4] ")
                .arg(visibleText(line.file))

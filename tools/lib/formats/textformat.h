@@ -2,6 +2,8 @@
 
 #include "messageformat.h"
 
+#include <optional>
+
 namespace zefa::msg_filter::tool {
 
 /// "FILE:LINE: Severity [rule] text" per message, then counts per severity and per
@@ -17,6 +19,12 @@ public:
 private:
     bool m_color;
     const MessageReview* m_review;
+    // The last file name and how it prints: every message of an input names the same.
+    QString m_file;
+    QByteArray m_visibleFile;
+    // The last severity and how it prints.
+    std::optional<Severity> m_severity;
+    QByteArray m_coloredSeverity;
 };
 
 } // namespace zefa::msg_filter::tool

@@ -1,0 +1,190 @@
+#include "capturereader.h"
+
+#include <algorithm>
+
+namespace zefa::msg_filter::impl_detail {
+
+namespace {
+
+constexpr std::size_t kWordBits = 64;
+
+// The largest table of states per character a read builds (16 MiB): a match beyond it,
+// on a line of megabytes, keeps QRegExp's groups.
+constexpr std::size_t kMostTableWords = std::size_t { 1 } << 21;
+// The largest table a thread keeps between reads.
+constexpr std::size_t kKeptTableWords = std::size_t { 1 } << 16;
+
+void setBit(std::uint64_t* words, int bit)
+{
+    words[static_cast<std::size_t>(bit) / kWordBits] |= std::uint64_t { 1 }
+        << (static_cast<std::size_t>(bit) % kWordBits);
+}
+
+} // namespace
+
+CaptureReader::CaptureReader(const std::vector<State>& states,
+    const std::vector<std::vector<int>>& follow, const std::vector<int>& first,
+    const std::vector<int>& last, std::vector<bool> groupMayBeEmpty)
+    : m_words((states.size() + kWordBits - 1) / kWordBits)
+    , m_byteStates(256 * m_words)
+    , m_follow(states.size() * m_words)
+    , m_precede(states.size() * m_words)
+    , m_first(m_words)
+    , m_last(m_words)
+    , m_groupMayBeEmpty(std::move(groupMayBeEmpty))
+{
+    for (std::size_t state = 0; state < states.size(); ++state) {
+        for (std::size_t byte = 0; byte < 256; ++byte) {
+            if (states[state].bytes.test(byte)) {
+                setBit(m_byteStates.data() + byte * m_words, static_cast<int>(state));
+            }
+        }
+        m_groupsOf.push_back(states[state].groups);
+        for (const int next : follow[state]) {
+            setBit(m_follow.data() + state * m_words, next);
+            setBit(m_precede.data() + static_cast<std::size_t>(next) * m_words,
+                static_cast<int>(state));
+        }
+    }
+    for (const int state : first) {
+        setBit(m_first.data(), state);
+    }
+    for (const int state : last) {
+        setBit(m_last.data(), state);
+    }
+}
+
+namespace {
+
+// What one read works on, kept per thread so that reading allocates nothing once warm.
+struct Scratch {
+    std::vector<std::uint64_t> reach;
+    std::vector<std::uint64_t> following;
+    std::vector<std::size_t> path;
+    std::vector<int> begin;
+    std::vector<int> end;
+    std::vector<int> read;
+};
+
+} // namespace
+
+// The one state of each character on the only way through the stretch; false when
+// there is none or more than one. `Words` is the size of a set of states when known at
+// compile time (most patterns need one or two words), 0 when only `words` tells.
+template <std::size_t Words>
+bool CaptureReader::findPath(const unsigned char* text, std::size_t size,
+    std::vector<Word>& reachTable, std::vector<Word>& followingTable,
+    std::vector<std::size_t>& path) const
+{
+    const std::size_t words = Words != 0 ? Words : m_words;
+    // reach[i]: the states that may read character i, coming from the start.
+    reachTable.resize(size * words);
+    followingTable.resize(words);
+    Word* const reach = reachTable.data();
+    Word* const following = followingTable.data();
+    const Word* bytes = row(m_byteStates, text[0]);
+    for (std::size_t word = 0; word < words; ++word) {
+        reach[word] = m_first[word] & bytes[word];
+    }
+    for (std::size_t index = 1; index < size; ++index) {
+        const Word* before = reach + (index - 1) * words;
+        std::fill(following, following + words, 0);
+        for (std::size_t word = 0; word < words; ++word) {
+            for (Word bits = before[word]; bits != 0; bits &= bits - 1) {
+                const Word* next = row(
+                    m_follow, word * kWordBits + static_cast<std::size_t>(__builtin_ctzll(bits)));
+                for (std::size_t target = 0; target < words; ++target) {
+                    following[target] |= next[target];
+                }
+            }
+        }
+        Word* now = reach + index * words;
+        bytes = row(m_byteStates, text[index]);
+        for (std::size_t word = 0; word < words; ++word) {
+            now[word] = following[word] & bytes[word];
+        }
+    }
+    // Backwards from the end, the one state of each character that leads to the end; two
+    // such states mean two ways to match.
+    path.resize(size);
+    const Word* allowed = m_last.data();
+    for (std::size_t index = size; index-- > 0;) {
+        const Word* reached = reach + index * words;
+        int found = 0;
+        for (std::size_t word = 0; word < words; ++word) {
+            const Word live = reached[word] & allowed[word];
+            if (live == 0) {
+                continue;
+            }
+            if ((live & (live - 1)) != 0 || ++found > 1) {
+                return false;
+            }
+            path[index] = word * kWordBits + static_cast<std::size_t>(__builtin_ctzll(live));
+        }
+        if (found == 0) {
+            return false;
+        }
+        allowed = row(m_precede, path[index]);
+    }
+    return true;
+}
+
+bool CaptureReader::read(
+    std::string_view latin1, int position, int length, QStringList& captures) const
+{
+    const auto size = static_cast<std::size_t>(length);
+    if (length <= 0 || m_words == 0 || size * m_words > kMostTableWords) {
+        return false;
+    }
+    thread_local Scratch scratch;
+    const auto* text = reinterpret_cast<const unsigned char*>(latin1.data()) + position;
+    std::vector<std::size_t>& path = scratch.path;
+    const bool unique = m_words == 1
+        ? findPath<1>(text, size, scratch.reach, scratch.following, path)
+        : m_words == 2 ? findPath<2>(text, size, scratch.reach, scratch.following, path)
+                       : findPath<0>(text, size, scratch.reach, scratch.following, path);
+    // A long line's table is not kept for the short ones after it.
+    if (scratch.reach.size() > kKeptTableWords) {
+        scratch.reach = {};
+    }
+    if (!unique) {
+        return false;
+    }
+    const auto groups = static_cast<std::size_t>(groupCount());
+    std::vector<int>& begin = scratch.begin;
+    std::vector<int>& end = scratch.end;
+    std::vector<int>& read = scratch.read;
+    begin.assign(groups, -1);
+    end.assign(groups, -1);
+    read.assign(groups, 0);
+    for (std::size_t index = 0; index < size; ++index) {
+        for (std::uint64_t bits = m_groupsOf[path[index]]; bits != 0; bits &= bits - 1) {
+            const auto group = static_cast<std::size_t>(__builtin_ctzll(bits));
+            if (begin[group] < 0) {
+                begin[group] = static_cast<int>(index);
+            }
+            end[group] = static_cast<int>(index) + 1;
+            ++read[group];
+        }
+    }
+    for (std::size_t group = 0; group < groups; ++group) {
+        // A group outside repetitions reads one unbroken stretch; one that reads nothing
+        // took no part, unless it may match empty.
+        if (begin[group] < 0 ? m_groupMayBeEmpty[group]
+                             : read[group] != end[group] - begin[group]) {
+            return false;
+        }
+    }
+    captures.clear();
+    captures.reserve(static_cast<int>(groups) + 1);
+    captures.append(QString::fromLatin1(latin1.data() + position, length));
+    for (std::size_t group = 0; group < groups; ++group) {
+        captures.append(begin[group] < 0
+                ? QString()
+                : QString::fromLatin1(
+                    latin1.data() + position + begin[group], end[group] - begin[group]));
+    }
+    return true;
+}
+
+} // namespace zefa::msg_filter::impl_detail

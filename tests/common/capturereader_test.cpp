@@ -1,0 +1,116 @@
+// Groups read from the characters of a match: only where the pattern can match the
+// stretch one way, and then exactly as QRegExp splits it, null for a group that took
+// no part.
+
+#include "common/capturereader.h"
+#include "common/latin1.h"
+#include "common/regexpattern.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace zefa::msg_filter::impl_detail;
+
+std::string describe(const RegexPattern::Match& match)
+{
+    std::string text = std::to_string(match.position) + "/" + std::to_string(match.length);
+    for (const QString& capture : match.captures) {
+        text += capture.isNull() ? " null" : " [" + toLatin1(capture) + "]";
+    }
+    return text;
+}
+
+enum class Reader {
+    Reads, ///< the groups come from the match's characters
+    Declines, ///< a reader exists but leaves this match to QRegExp
+    None, ///< the pattern gets no reader
+};
+
+struct ReaderRow {
+    const char* name;
+    const char* pattern;
+    std::string text;
+    Reader reader;
+    std::string outcome; ///< as QRegExp reports it, "null" for a group that took no part
+    RegexPattern::Case sensitivity = RegexPattern::Case::Sensitive;
+};
+
+const ReaderRow kRows[] = {
+    { "file and line", "(\\S+):(\\d+):", "top.v:12: oops", Reader::Reads,
+        "0/9 [top.v:12:] [top.v] [12]" },
+    { "optional group left out", "^(\\w+)(?::(\\d+))?$", "abc", Reader::Reads,
+        "0/3 [abc] [abc] null" },
+    { "alternative inside a group", "(ab|cd)(e)", "xcde", Reader::Reads, "1/3 [cde] [cd] [e]" },
+    { "group of the alternative not taken", "(a)|(b)", "b", Reader::Reads, "0/1 [b] null [b]" },
+    { "counted repetition", "([A-Z]{2,}) error", "XYZ error", Reader::Reads,
+        "0/9 [XYZ error] [XYZ]" },
+    { "case folded", "(warn)ing", "WARNING", Reader::Reads, "0/7 [WARNING] [WARN]",
+        RegexPattern::Case::Insensitive },
+    { "repeated piece outside the groups", "([^\\s:]+)(?::[^\\s:\\d][^\\s:]*)*:(\\d+):",
+        "a.v:x:y:12:", Reader::Reads, "0/11 [a.v:x:y:12:] [a.v] [12]" },
+    { "anchors at both ends", "^(a)\\n$", "a\n", Reader::Reads, "0/2 [a\n] [a]" },
+    { "group that may be empty reads characters", "(b*)c", "bbc", Reader::Reads, "0/3 [bbc] [bb]" },
+    { "two ways to split a run", "(a*)(a*)", "aaa", Reader::Declines, "0/3 [aaa] [aaa] null" },
+    { "drive letter or file name", "\\[((?:[A-Za-z]:)?[^\\[\\]():]+):(\\d+)(?::(\\d+))?\\]",
+        "[C:1:2]", Reader::Declines, "0/7 [[C:1:2]] [C:1] [2] null" },
+    { "same character two ways", "(a|a)b", "ab", Reader::Declines, "0/2 [ab] [a]" },
+    { "empty group", "x(b*)c", "xc", Reader::Declines, "0/2 [xc] null" },
+    { "empty alternative", "x(b|)c", "xc", Reader::Declines, "0/2 [xc] null" },
+    { "group under a repetition", "(ab)+", "abab", Reader::None, "0/4 [abab] [ab]" },
+    { "anchor inside", "a(^b|c)", "ac", Reader::None, "0/2 [ac] [c]" },
+    { "look-ahead", "(a)(?=b)", "ab", Reader::None, "0/1 [a] [a]" },
+};
+
+TEST(CaptureReader, ReadsOnlyUnambiguousMatchesAndAsQRegExpDoes)
+{
+    for (const ReaderRow& row : kRows) {
+        SCOPED_TRACE(row.name);
+        const QString pattern = fromLatin1(row.pattern);
+        const RegexPattern fast(pattern, row.sensitivity);
+        const RegexPattern reference(pattern, row.sensitivity, RegexPattern::Engine::Reference);
+        EXPECT_EQ(describe(reference.search(std::string_view(row.text))), row.outcome);
+        const RegexPattern::Match found = fast.search(std::string_view(row.text));
+        EXPECT_EQ(describe(found), row.outcome);
+
+        const CaptureReader* reader = fast.translation().captures.get();
+        if (row.reader == Reader::None) {
+            EXPECT_EQ(reader, nullptr);
+            continue;
+        }
+        ASSERT_NE(reader, nullptr);
+        EXPECT_EQ(reader->groupCount(), fast.captureCount());
+        QStringList captures;
+        const bool read = reader->read(row.text, found.position, found.length, captures);
+        EXPECT_EQ(read, row.reader == Reader::Reads);
+        if (read) {
+            RegexPattern::Match fromReader = found;
+            fromReader.captures = captures;
+            EXPECT_EQ(describe(fromReader), row.outcome);
+        }
+    }
+}
+
+// A line of megabytes would need a table of states per character as large; past 16 MiB
+// of it the groups are left to QRegExp.
+TEST(CaptureReader, LeavesMatchesOfHugeLinesToQRegExp)
+{
+    const RegexPattern pattern(fromLatin1("(a+)b"));
+    const CaptureReader* reader = pattern.translation().captures.get();
+    ASSERT_NE(reader, nullptr);
+    const std::size_t mostCharacters = std::size_t { 1 } << 21;
+    for (const std::size_t length : { mostCharacters, mostCharacters + 1 }) {
+        SCOPED_TRACE(length);
+        const std::string text = std::string(length - 1, 'a') + 'b';
+        QStringList captures;
+        const bool read = reader->read(text, 0, static_cast<int>(length), captures);
+        EXPECT_EQ(read, length == mostCharacters);
+        if (read) {
+            EXPECT_EQ(captures.value(1).size(), static_cast<int>(length - 1));
+        }
+    }
+}
+
+} // namespace
