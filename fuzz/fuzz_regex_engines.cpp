@@ -6,8 +6,8 @@
 // position, length and captured texts on both engines, from any start offset and on
 // both kinds of text; a small engine of generated rules must pick the same best rule
 // and read the same sub-rule, type, id and fields as the plain walk over all rules on
-// QRegExp, and the detailed match must tell the same with its positions. Any difference aborts with
-// both answers on standard error.
+// QRegExp, and the detailed match must tell the same with its positions, with or without
+// the rule's place. Any difference aborts with both answers on standard error.
 
 #include "common/latin1.h"
 #include "common/regexpattern.h"
@@ -145,6 +145,20 @@ void compareSearches(const std::string& pattern, const RegexPattern& fast,
             }
         }
     }
+    // Where the groups lie, as the rules read fields: the same texts QRegExp captures.
+    const RegexPattern::Match expected = reference.search(fromLatin1(line), from);
+    RegexPattern::Match spans =
+        fast.search(std::string_view(line), from, RegexPattern::Captures::Spans);
+    for (const MatchSpan& span : spans.spans) {
+        spans.captures.append(span.found()
+                ? fromLatin1(line.substr(
+                    static_cast<std::size_t>(span.position), static_cast<std::size_t>(span.length)))
+                : QString());
+    }
+    if (spans.position != expected.position || spans.length != expected.length
+        || spans.captures != expected.captures) {
+        differ("spans", pattern, line, describe(spans), describe(expected));
+    }
 }
 
 // The walk over every rule in name order on QRegExp, keeping the first strictly longest
@@ -281,6 +295,16 @@ void compareRules(Generator& generate, FuzzedDataProvider& data)
                 reference.best() ? reference.best()->getName() : "none");
         }
         const LineMatch detailed = matchLine(&engine, &parser, line);
+        // A matcher that leaves the rule unplaced tells the rest the same, and the place
+        // too where it tells one.
+        LineMatch unplaced = LineMatcher(&engine, &parser, LineMatcher::Rule::Unplaced)(line);
+        if (unplaced.position == -1 && unplaced.length == -1) {
+            unplaced.position = detailed.position;
+            unplaced.length = detailed.length;
+        }
+        if (describe(unplaced) != describe(detailed)) {
+            differ("unplaced match", patterns, line, describe(unplaced), describe(detailed));
+        }
         if (best == nullptr) {
             if (describe(detailed) != describe(LineMatch {})) {
                 differ("detailed match", patterns, line, describe(detailed), "none");

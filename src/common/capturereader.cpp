@@ -88,13 +88,17 @@ bool CaptureReader::findPath(const unsigned char* text, std::size_t size,
     }
     for (std::size_t index = 1; index < size; ++index) {
         const Word* before = reach + (index - 1) * words;
-        std::fill(following, following + words, 0);
-        for (std::size_t word = 0; word < words; ++word) {
-            for (Word bits = before[word]; bits != 0; bits &= bits - 1) {
-                const Word* next = row(
-                    m_follow, word * kWordBits + static_cast<std::size_t>(__builtin_ctzll(bits)));
-                for (std::size_t target = 0; target < words; ++target) {
-                    following[target] |= next[target];
+        // Inside a repetition the same states read character after character: what
+        // follows them is known already.
+        if (index == 1 || !std::equal(before, before + words, before - words)) {
+            std::fill(following, following + words, 0);
+            for (std::size_t word = 0; word < words; ++word) {
+                for (Word bits = before[word]; bits != 0; bits &= bits - 1) {
+                    const Word* next = row(m_follow,
+                        word * kWordBits + static_cast<std::size_t>(__builtin_ctzll(bits)));
+                    for (std::size_t target = 0; target < words; ++target) {
+                        following[target] |= next[target];
+                    }
                 }
             }
         }
@@ -130,7 +134,7 @@ bool CaptureReader::findPath(const unsigned char* text, std::size_t size,
 }
 
 bool CaptureReader::read(
-    std::string_view latin1, int position, int length, QStringList& captures) const
+    std::string_view latin1, int position, int length, std::vector<MatchSpan>& spans) const
 {
     const auto size = static_cast<std::size_t>(length);
     if (length <= 0 || m_words == 0 || size * m_words > kMostTableWords) {
@@ -175,14 +179,13 @@ bool CaptureReader::read(
             return false;
         }
     }
-    captures.clear();
-    captures.reserve(static_cast<int>(groups) + 1);
-    captures.append(QString::fromLatin1(latin1.data() + position, length));
+    spans.clear();
+    spans.reserve(groups + 1);
+    spans.push_back({ position, length });
     for (std::size_t group = 0; group < groups; ++group) {
-        captures.append(begin[group] < 0
-                ? QString()
-                : QString::fromLatin1(
-                    latin1.data() + position + begin[group], end[group] - begin[group]));
+        spans.push_back(begin[group] < 0
+                ? MatchSpan {}
+                : MatchSpan { position + begin[group], end[group] - begin[group] });
     }
     return true;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QStringList>
+#include "common/matchspan.h"
 
 #include <bitset>
 #include <cstdint>
@@ -41,11 +41,12 @@ public:
 
     int groupCount() const { return static_cast<int>(m_groupMayBeEmpty.size()); }
 
-    /// The captures (entry 0 the whole stretch, then one per group, a null string for a
-    /// group that took no part) of the pattern matched on `latin1` from `position` for
-    /// `length` characters. False when the stretch can be matched more than one way, is
-    /// empty, or a group's part cannot be told.
-    bool read(std::string_view latin1, int position, int length, QStringList& captures) const;
+    /// Where the groups lie (entry 0 the whole stretch, then one per group, not found for
+    /// a group that took no part) when the pattern matched `length` characters from
+    /// `position`. False when the stretch can be matched more than one way, is empty, or a
+    /// group's part cannot be told.
+    bool read(
+        std::string_view latin1, int position, int length, std::vector<MatchSpan>& spans) const;
 
 private:
     using Word = std::uint64_t;

@@ -39,8 +39,9 @@ public:
 
     // Adds the pattern's automaton form to the part it belongs to; false when the
     // automaton does not take it.
-    bool add(const std::string& text, int index)
+    bool add(const std::string& pattern, int index)
     {
+        const std::string text = withoutTrailingRepeats(pattern);
         Part& part = text.rfind("\\A", 0) == 0 ? anchored : floating;
         if (part.set.Add(text, nullptr) < 0) {
             return false;
@@ -84,6 +85,41 @@ public:
     }
 
 private:
+    // A pattern matches somewhere exactly where it does without a part it may repeat no
+    // times at its very end, as in "...[^\r\n]*", written "(?:[...]){0,}". Without it the
+    // automaton knows a line matches as soon as what comes before has matched, instead of
+    // reading the rest of the line. The translator writes every byte as a \x escape, so
+    // each parenthesis opens or closes a group.
+    static std::string withoutTrailingRepeats(std::string text)
+    {
+        while (true) {
+            const std::size_t repeat = text.rfind("){0,");
+            if (repeat == std::string::npos || text.back() != '}'
+                || text.find_first_not_of("0123456789", repeat + 4) != text.size() - 1) {
+                return text;
+            }
+            // The group the repeat applies to, and whether it stands at the top level
+            // with no bare `|` before it, where it would end the last alternative only.
+            std::vector<std::size_t> opened;
+            std::size_t group = std::string::npos;
+            bool bareAlternatives = false;
+            for (std::size_t index = 0; index <= repeat; ++index) {
+                if (text[index] == '(') {
+                    opened.push_back(index);
+                } else if (text[index] == ')') {
+                    group = opened.back();
+                    opened.pop_back();
+                } else if (text[index] == '|' && opened.empty()) {
+                    bareAlternatives = true;
+                }
+            }
+            if (!opened.empty() || bareAlternatives) {
+                return text;
+            }
+            text.erase(group);
+        }
+    }
+
     static bool compile(Part& part)
     {
         if (part.patternOfEntry.empty()) {
@@ -99,6 +135,7 @@ private:
 
 PatternSet::PatternSet(const std::vector<const RegexPattern*>& patterns)
     : m_count(static_cast<int>(patterns.size()))
+    , m_listedMeansMatch(patterns.size(), false)
 {
     auto screen = std::make_unique<Screen>();
     std::vector<int> unscreened;
@@ -108,12 +145,16 @@ PatternSet::PatternSet(const std::vector<const RegexPattern*>& patterns)
         if (translation.fidelity == TranslatedPattern::Fidelity::None
             || !screen->add(translation.text, index)) {
             unscreened.push_back(index);
+        } else {
+            m_listedMeansMatch[static_cast<std::size_t>(index)] =
+                translation.fidelity == TranslatedPattern::Fidelity::Exact;
         }
     }
     if (!screen->empty() && screen->compile()) {
         m_screen = std::move(screen);
         m_unscreened = std::move(unscreened);
     } else {
+        m_listedMeansMatch.assign(patterns.size(), false);
         m_unscreened.resize(static_cast<std::size_t>(m_count));
         std::iota(m_unscreened.begin(), m_unscreened.end(), 0);
     }
@@ -121,7 +162,7 @@ PatternSet::PatternSet(const std::vector<const RegexPattern*>& patterns)
 
 PatternSet::~PatternSet() = default;
 
-void PatternSet::candidates(std::string_view latin1, std::vector<int>& indices) const
+bool PatternSet::candidates(std::string_view latin1, std::vector<int>& indices) const
 {
     indices.clear();
     if (m_screen
@@ -129,10 +170,16 @@ void PatternSet::candidates(std::string_view latin1, std::vector<int>& indices) 
             || !Screen::match(m_screen->floating, latin1, indices))) {
         indices.resize(static_cast<std::size_t>(m_count));
         std::iota(indices.begin(), indices.end(), 0);
-        return;
+        return false;
     }
     indices.insert(indices.end(), m_unscreened.begin(), m_unscreened.end());
     std::sort(indices.begin(), indices.end());
+    return true;
+}
+
+bool PatternSet::listedMeansMatch(int index) const
+{
+    return m_listedMeansMatch[static_cast<std::size_t>(index)];
 }
 
 } // namespace zefa::msg_filter::impl_detail

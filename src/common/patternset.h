@@ -30,8 +30,12 @@ public:
     PatternSet& operator=(const PatternSet&) = delete;
 
     /// Replaces `indices` with the ascending indices of the patterns that may match
-    /// somewhere in `latin1`; a pattern left out does not match anywhere in it.
-    void candidates(std::string_view latin1, std::vector<int>& indices) const;
+    /// somewhere in `latin1`; a pattern left out does not match anywhere in it. False
+    /// when the automaton gave up on the text and every pattern is listed.
+    bool candidates(std::string_view latin1, std::vector<int>& indices) const;
+    /// Whether a pattern listed by a candidates() that returned true surely matches: its
+    /// automaton form matches exactly where it does.
+    bool listedMeansMatch(int index) const;
 
 private:
     class Screen;
@@ -39,6 +43,7 @@ private:
     int m_count = 0;
     std::unique_ptr<const Screen> m_screen;
     std::vector<int> m_unscreened; ///< ascending
+    std::vector<bool> m_listedMeansMatch; ///< per pattern
 };
 
 } // namespace zefa::msg_filter::impl_detail

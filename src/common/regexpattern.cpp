@@ -19,6 +19,19 @@ bool referenceForced()
 #endif
 }
 
+// The texts of a match's groups, as QRegExp lists them: a null string for a group that
+// took no part.
+QStringList textsOf(std::string_view latin1, const std::vector<MatchSpan>& spans)
+{
+    QStringList texts;
+    texts.reserve(static_cast<int>(spans.size()));
+    for (const MatchSpan& span : spans) {
+        texts.append(span.found() ? QString::fromLatin1(latin1.data() + span.position, span.length)
+                                  : QString());
+    }
+    return texts;
+}
+
 bool isLatin1(const QString& text)
 {
     for (const QChar character : text) {
@@ -130,17 +143,21 @@ RegexPattern::Match RegexPattern::searchOnAutomaton(
         match.length = static_cast<int>(found.size());
         if (captures == Captures::Collect) {
             match.captures.append(QString::fromLatin1(found.data(), match.length));
+        } else if (captures == Captures::Spans) {
+            match.spans.push_back({ position, match.length });
         }
         return match;
     }
     const CaptureReader* reader = m_compiled->translation.captures.get();
-    if (exact && reader != nullptr && reader->groupCount() == m_compiled->captureCount) {
+    if (exact && reader != nullptr && reader->groupCount() == m_compiled->captureCount
+        && reader->read(latin1, position, static_cast<int>(found.size()), match.spans)) {
+        match.position = position;
         match.length = static_cast<int>(found.size());
-        if (reader->read(latin1, position, match.length, match.captures)) {
-            match.position = position;
-            return match;
+        if (captures == Captures::Collect) {
+            match.captures = textsOf(latin1, match.spans);
+            match.spans.clear();
         }
-        match = Match {};
+        return match;
     }
     // The automaton's leftmost start is at or before QRegExp's (the same with an exact
     // translation), so QRegExp starts there and skips the stretch already ruled out.
@@ -162,6 +179,12 @@ RegexPattern::Match RegexPattern::searchOnReference(
         match.length = expression.matchedLength();
         if (captures == Captures::Collect) {
             match.captures = expression.capturedTexts();
+        } else if (captures == Captures::Spans) {
+            for (int group = 0; group <= m_compiled->captureCount; ++group) {
+                const int at = expression.pos(group);
+                match.spans.push_back(
+                    at < 0 ? MatchSpan {} : MatchSpan { at, expression.cap(group).size() });
+            }
         }
     }
     return match;

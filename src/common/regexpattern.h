@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/matchspan.h"
 #include "common/regextranslator.h"
 
 #include <QString>
@@ -7,6 +8,7 @@
 
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace zefa::msg_filter::impl_detail {
 
@@ -38,17 +40,19 @@ namespace zefa::msg_filter::impl_detail {
 class RegexPattern {
 public:
     enum class Case { Sensitive, Insensitive };
-    /// Whether a search collects the captured texts (skip it when only position and
-    /// length matter: it saves building a string list per search).
-    enum class Captures { Collect, Skip };
+    /// Whether a search collects the captured texts, only where they lie (Spans: no
+    /// string is built), or nothing but the match's position and length.
+    enum class Captures { Collect, Spans, Skip };
 
     /// Where and what one search found.
     struct Match {
         int position = -1; ///< offset of the match, -1 when there was none
         int length = -1; ///< matched length, 0 for an empty match, -1 when none
         /// Entry 0 the whole match, then one per capture group ("" for a group that took
-        /// no part); empty when there was no match or captures were skipped.
+        /// no part); filled by Captures::Collect when there was a match.
         QStringList captures;
+        /// The same as places in the text searched; filled by Captures::Spans.
+        std::vector<MatchSpan> spans;
 
         bool found() const { return position >= 0; }
     };

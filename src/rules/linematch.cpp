@@ -10,7 +10,8 @@ RuleSpan matchRule(const ZefaMsgParserRule& rule, const std::string& line)
     return { found.position, found.length };
 }
 
-LineMatcher::LineMatcher(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser)
+LineMatcher::LineMatcher(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, Rule rule)
+    : m_rule(rule)
 {
     // The conditions under which FindBestMatchRule hands out no rule.
     if (engine != nullptr && parser != nullptr && engine->isInitialized()) {
@@ -24,7 +25,8 @@ LineMatch LineMatcher::operator()(const std::string& line) const
     if (!m_scan) {
         return result;
     }
-    const RuleScan::Best best = m_scan->findBest(line);
+    const RuleScan::Best best = m_scan->findBest(
+        line, m_rule == Rule::Placed ? RuleScan::Measure::Always : RuleScan::Measure::WhenCompared);
     if (best.rule == nullptr) {
         return result;
     }
@@ -42,7 +44,7 @@ LineMatch LineMatcher::operator()(const std::string& line) const
     result.subRuleLength = found.match.length;
     result.type = sub.type;
     result.id = sub.id;
-    RuleScan::appendFields(sub, found.match, result.fields);
+    RuleScan::appendFields(sub, found.match, line, result.fields);
     return result;
 }
 

@@ -16,7 +16,7 @@ namespace zefa::msg_filter::impl_detail {
 /// caller never has to search again or infer it.
 struct LineMatch {
     ZefaMsgParserRule* rule = nullptr; ///< the best rule; null when no rule matches
-    int position = -1; ///< where the rule's pattern matched
+    int position = -1; ///< where the rule's pattern matched (see LineMatcher::Rule)
     int length = -1; ///< how long that match is: what made the rule the best one
     int subRule = -1; ///< index of the first matching sub-rule; -1 when none matches
     int subRulePosition = -1; ///< where it matched: what matchSubRule returns
@@ -41,11 +41,17 @@ class RuleScan;
 /// change while it lives.
 class LineMatcher {
 public:
-    LineMatcher(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser);
+    /// Whether a match tells where the rule's own pattern matched: finding that out costs
+    /// a search of its own where the rule is the only one that can match. Skipped, it is
+    /// -1 there, and the rule, sub-rule and fields are the same.
+    enum class Rule { Placed, Unplaced };
+
+    LineMatcher(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, Rule rule = Rule::Placed);
     LineMatch operator()(const std::string& line) const;
 
 private:
     std::shared_ptr<const RuleScan> m_scan; ///< null when no rule can match
+    Rule m_rule;
 };
 
 /// FindBestMatchRule(engine, parser, line), then matchSubRule on the rule it picks, in one

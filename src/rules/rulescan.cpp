@@ -1,7 +1,5 @@
 #include "rulescan.h"
 
-#include "common/latin1.h"
-
 namespace zefa::msg_filter::impl_detail {
 
 RuleScan::RuleScan(ZefaMsgParserEngin& engine, const ZefaEnginMsgParser& parser)
@@ -33,11 +31,16 @@ bool RuleScan::isCurrent(const ZefaMsgParserEngin& engine) const
     return true;
 }
 
-RuleScan::Best RuleScan::findBest(std::string_view line) const
+RuleScan::Best RuleScan::findBest(std::string_view line, Measure measure) const
 {
     thread_local std::vector<int> candidates;
-    m_screen->candidates(line, candidates);
+    const bool screened = m_screen->candidates(line, candidates);
     Best best;
+    if (measure == Measure::WhenCompared && screened && candidates.size() == 1
+        && m_screen->listedMeansMatch(candidates.front())) {
+        best.rule = m_entries[static_cast<std::size_t>(candidates.front())].rule;
+        return best;
+    }
     for (const int index : candidates) {
         const Entry& entry = m_entries[static_cast<std::size_t>(index)];
         const RegexPattern::Match match =
@@ -61,12 +64,8 @@ RuleScan::SubRuleFound RuleScan::findSubRule(const ZefaMsgParserRule& rule, std:
 {
     SubRuleFound found;
     for (std::size_t index = 0; index < rule.m_subPatterns.size(); ++index) {
-        const RegexPattern& pattern = *rule.m_subPatterns[index];
-        // Fields come from the groups alone, so a pattern without groups collects
-        // nothing; a sub-rule that does not match costs the automaton's search alone.
-        found.match = pattern.search(line, 0,
-            pattern.captureCount() > 0 ? RegexPattern::Captures::Collect
-                                       : RegexPattern::Captures::Skip);
+        // Fields are read from the line where the groups lie.
+        found.match = rule.m_subPatterns[index]->search(line, 0, RegexPattern::Captures::Spans);
         if (!found.match.found()) {
             continue;
         }
@@ -78,12 +77,15 @@ RuleScan::SubRuleFound RuleScan::findSubRule(const ZefaMsgParserRule& rule, std:
 }
 
 void RuleScan::appendFields(const ZefaMsgParserRule::SubRule& sub, const RegexPattern::Match& match,
-    std::vector<std::pair<std::string, std::string>>& fields)
+    std::string_view line, std::vector<std::pair<std::string, std::string>>& fields)
 {
-    for (int group = 1; group < match.captures.size(); ++group) {
-        const auto nameIndex = static_cast<std::size_t>(group - 1);
-        std::string name = nameIndex < sub.fields.size() ? sub.fields[nameIndex] : std::string();
-        fields.emplace_back(std::move(name), toLatin1(match.captures.at(group)));
+    for (std::size_t group = 1; group < match.spans.size(); ++group) {
+        const MatchSpan& span = match.spans[group];
+        std::string name = group - 1 < sub.fields.size() ? sub.fields[group - 1] : std::string();
+        fields.emplace_back(std::move(name),
+            span.found() ? std::string(line.substr(
+                static_cast<std::size_t>(span.position), static_cast<std::size_t>(span.length)))
+                         : std::string());
     }
 }
 

@@ -35,18 +35,25 @@ public:
     /// The first sub-rule of a rule that matches anywhere in a line.
     struct SubRuleFound {
         int index = -1; ///< in the rule's order; -1 when none matches
-        RegexPattern::Match match; ///< with the captured texts when the pattern has groups
+        RegexPattern::Match match; ///< with the spans of its groups
     };
 
+    /// Whether findBest() measures the best rule's match when no other rule can match:
+    /// when it is skipped, position and length stay -1 where the one candidate surely
+    /// matches.
+    enum class Measure { Always, WhenCompared };
+
     bool isCurrent(const ZefaMsgParserEngin& engine) const;
-    Best findBest(std::string_view line) const;
+    Best findBest(std::string_view line, Measure measure = Measure::Always) const;
 
     /// The leftmost match of the rule's own pattern, without captures.
     static RegexPattern::Match matchOf(const ZefaMsgParserRule& rule, std::string_view line);
     static SubRuleFound findSubRule(const ZefaMsgParserRule& rule, std::string_view line);
-    /// One (name, captured text) pair per group of `match`, named in order by `sub`.
+    /// One (name, captured text) pair per group of `match`, a search of `line` with its
+    /// spans, named in order by `sub`.
     static void appendFields(const ZefaMsgParserRule::SubRule& sub,
-        const RegexPattern::Match& match, std::vector<std::pair<std::string, std::string>>& fields);
+        const RegexPattern::Match& match, std::string_view line,
+        std::vector<std::pair<std::string, std::string>>& fields);
 
 private:
     struct Entry {

@@ -45,7 +45,7 @@ int ZefaMsgParserRule::matchSubRule(const std::string& line, std::string& type, 
     const SubRule& sub = m_subRules[static_cast<std::size_t>(found.index)];
     type = sub.type;
     id = sub.id;
-    RuleScan::appendFields(sub, found.match, fields);
+    RuleScan::appendFields(sub, found.match, line, fields);
     return found.match.position;
 }
 

@@ -7,6 +7,8 @@
 #include "common/regexpattern.h"
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -19,6 +21,17 @@ std::string describe(const RegexPattern::Match& match)
     std::string text = std::to_string(match.position) + "/" + std::to_string(match.length);
     for (const QString& capture : match.captures) {
         text += capture.isNull() ? " null" : " [" + toLatin1(capture) + "]";
+    }
+    return text;
+}
+
+// The same for a match whose groups are told as places in `line`.
+std::string describe(const RegexPattern::Match& match, std::string_view line)
+{
+    std::string text = std::to_string(match.position) + "/" + std::to_string(match.length);
+    for (const MatchSpan& span : match.spans) {
+        text += span.found() ? " [" + std::string(line.substr(span.position, span.length)) + "]"
+                             : " null";
     }
     return text;
 }
@@ -74,6 +87,8 @@ TEST(CaptureReader, ReadsOnlyUnambiguousMatchesAndAsQRegExpDoes)
         EXPECT_EQ(describe(reference.search(std::string_view(row.text))), row.outcome);
         const RegexPattern::Match found = fast.search(std::string_view(row.text));
         EXPECT_EQ(describe(found), row.outcome);
+        const std::string_view text(row.text);
+        EXPECT_EQ(describe(fast.search(text, 0, RegexPattern::Captures::Spans), text), row.outcome);
 
         const CaptureReader* reader = fast.translation().captures.get();
         if (row.reader == Reader::None) {
@@ -82,13 +97,12 @@ TEST(CaptureReader, ReadsOnlyUnambiguousMatchesAndAsQRegExpDoes)
         }
         ASSERT_NE(reader, nullptr);
         EXPECT_EQ(reader->groupCount(), fast.captureCount());
-        QStringList captures;
-        const bool read = reader->read(row.text, found.position, found.length, captures);
+        RegexPattern::Match fromReader = found;
+        const bool read = reader->read(text, found.position, found.length, fromReader.spans);
         EXPECT_EQ(read, row.reader == Reader::Reads);
         if (read) {
-            RegexPattern::Match fromReader = found;
-            fromReader.captures = captures;
-            EXPECT_EQ(describe(fromReader), row.outcome);
+            fromReader.captures.clear();
+            EXPECT_EQ(describe(fromReader, text), row.outcome);
         }
     }
 }
@@ -104,11 +118,12 @@ TEST(CaptureReader, LeavesMatchesOfHugeLinesToQRegExp)
     for (const std::size_t length : { mostCharacters, mostCharacters + 1 }) {
         SCOPED_TRACE(length);
         const std::string text = std::string(length - 1, 'a') + 'b';
-        QStringList captures;
-        const bool read = reader->read(text, 0, static_cast<int>(length), captures);
+        std::vector<MatchSpan> spans;
+        const bool read = reader->read(text, 0, static_cast<int>(length), spans);
         EXPECT_EQ(read, length == mostCharacters);
         if (read) {
-            EXPECT_EQ(captures.value(1).size(), static_cast<int>(length - 1));
+            ASSERT_EQ(spans.size(), 2U);
+            EXPECT_EQ(spans[1].length, static_cast<int>(length - 1));
         }
     }
 }

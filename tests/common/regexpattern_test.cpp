@@ -159,23 +159,37 @@ TEST(PatternSet, LeavesOutOnlyPatternsThatCannotMatch)
     const RegexPattern invalid(QStringLiteral("("));
     const RegexPattern anchoredBranch(QStringLiteral("^ab|cd"));
     const RegexPattern spacedStart(QStringLiteral("^\\s*INFO"));
-    const PatternSet set(
-        { &error, &warning, &lookAhead, &tooLong, &invalid, &anchoredBranch, &spacedStart });
+    // Screened without their optional ends, which must not change where they match.
+    const RegexPattern optionalEnd(QStringLiteral("^-(?:ab)?[^\\r\\n]*"));
+    const RegexPattern requiredEnd(QStringLiteral("=a[^\\r\\n]+"));
+    const RegexPattern endInGroup(QStringLiteral("^[+](x|y*)"));
+    const PatternSet set({ &error, &warning, &lookAhead, &tooLong, &invalid, &anchoredBranch,
+        &spacedStart, &optionalEnd, &requiredEnd, &endInGroup });
     const std::tuple<const char*, std::string, std::vector<int>> rows[] = {
         // The look-ahead pattern is screened without its look-ahead; the others always go.
         { "nothing screened matches", "plain", { 3, 4 } },
         { "anchored pattern away from the start", "a ERROR: WARNING", { 1, 3, 4 } },
         { "both, in index order", "ERROR: WARNING", { 0, 1, 3, 4 } },
         { "screen wider than the pattern", "xz", { 2, 3, 4 } },
-        { "only one alternative anchored", "- cd", { 3, 4, 5 } },
+        { "only one alternative anchored", "- cd", { 3, 4, 5, 7 } },
         { "anchored alternative at the start", "ab", { 3, 4, 5 } },
         { "anchored pattern after blanks and a line feed", " \n INFO WARNING", { 1, 3, 4, 6 } },
-        { "anchored pattern behind its start", "- INFO", { 3, 4 } },
+        { "anchored pattern behind its start", "- INFO", { 3, 4, 7 } },
+        { "optional end left out", "-", { 3, 4, 7 } },
+        { "required end missing", "=a", { 3, 4 } },
+        { "required end there", "=ab", { 3, 4, 8 } },
+        { "repeat inside a group", "+", { 3, 4, 9 } },
     };
+    for (const int index : { 0, 1, 5, 6, 7, 8, 9 }) {
+        EXPECT_TRUE(set.listedMeansMatch(index)) << index;
+    }
+    for (const int index : { 2, 3, 4 }) {
+        EXPECT_FALSE(set.listedMeansMatch(index)) << index;
+    }
     for (const auto& [name, text, expected] : rows) {
         SCOPED_TRACE(name);
         std::vector<int> found { 99 };
-        set.candidates(text, found);
+        EXPECT_TRUE(set.candidates(text, found));
         EXPECT_EQ(found, expected);
     }
 }

@@ -130,27 +130,40 @@ TEST(LineMatch, TellsTheRuleTheSubRuleAndWhereEachMatched)
         </FilterRule>
         <FilterRule name="bare" type="T" reg_patten="^bare"/></ZefaMsgFilterDef>)")));
     ZefaEnginMsgParser* parser = engine.getTarget("t")->getEngine("e");
-    // line; rule position/length; sub-rule index position/length, type, id, fields
-    const std::tuple<const char*, std::string, std::string> rows[] = {
+    // line; rule position/length; sub-rule index position/length, type, id, fields; the
+    // rule's position/length as a matcher that leaves the rule unplaced tells them
+    const std::tuple<const char*, std::string, std::string, std::string> rows[] = {
         { "first sub-rule", "WARNING: [S-1] x [a.v:3]",
-            "tag 0/14; 0 0/24 warning W1 tag=S-1 file=a.v line=3" },
+            "tag 0/14; 0 0/24 warning W1 tag=S-1 file=a.v line=3", "-1/-1" },
         { "later sub-rule, later in the line", " > INFO: [X-2] y",
-            "tag 3/11; 1 9/5 note N tag=X-2 =" },
-        { "no sub-rule matches", "bare", "bare 0/4; -1 -1/-1  " },
-        { "no rule matches", "plain", "none -1/-1; -1 -1/-1  " },
+            "tag 3/11; 1 9/5 note N tag=X-2 =", "-1/-1" },
+        { "two rules match: both measured", "bare: [x]", "tag 0/9; 1 6/3 note N tag=x =", "0/9" },
+        { "no sub-rule matches", "bare", "bare 0/4; -1 -1/-1  ", "-1/-1" },
+        { "no rule matches", "plain", "none -1/-1; -1 -1/-1  ", "-1/-1" },
     };
-    for (const auto& [name, line, expected] : rows) {
-        SCOPED_TRACE(name);
-        const LineMatch found = matchLine(&engine, parser, line);
-        std::string got = (found.rule ? found.rule->getName() : "none") + " "
+    const auto describe = [](const LineMatch& found) {
+        std::string text = (found.rule ? found.rule->getName() : "none") + " "
             + std::to_string(found.position) + "/" + std::to_string(found.length) + "; "
             + std::to_string(found.subRule) + " " + std::to_string(found.subRulePosition) + "/"
             + std::to_string(found.subRuleLength) + " " + found.type + " " + found.id;
         for (const auto& [field, value] : found.fields) {
-            got += " " + field + "=" + value;
+            text += " " + field + "=" + value;
         }
-        EXPECT_EQ(got, expected);
+        return text;
+    };
+    const LineMatcher unplaced(&engine, parser, LineMatcher::Rule::Unplaced);
+    for (const auto& [name, line, expected, unplacedSpan] : rows) {
+        SCOPED_TRACE(name);
+        const LineMatch found = matchLine(&engine, parser, line);
+        EXPECT_EQ(describe(found), expected);
         EXPECT_EQ(found.rule, FindBestMatchRule(&engine, parser, line));
+        LineMatch placedAsUnplaced = found;
+        const LineMatch withoutPlace = unplaced(line);
+        placedAsUnplaced.position = withoutPlace.position;
+        placedAsUnplaced.length = withoutPlace.length;
+        EXPECT_EQ(describe(withoutPlace), describe(placedAsUnplaced));
+        EXPECT_EQ(std::to_string(withoutPlace.position) + "/" + std::to_string(withoutPlace.length),
+            unplacedSpan);
     }
     EXPECT_EQ(matchLine(&engine, nullptr, "bare").rule, nullptr);
 }

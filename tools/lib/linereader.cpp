@@ -23,7 +23,7 @@ std::string withoutLineEnd(const std::string& line)
 } // namespace
 
 LineReader::LineReader(const RulesSelection& rules)
-    : m_match(rules.rules, rules.engine)
+    : m_match(rules.rules, rules.engine, impl_detail::LineMatcher::Rule::Unplaced)
 {
 }
 
