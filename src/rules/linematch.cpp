@@ -19,7 +19,7 @@ LineMatcher::LineMatcher(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser,
     }
 }
 
-LineMatch LineMatcher::operator()(const std::string& line) const
+LineMatch LineMatcher::operator()(std::string_view line) const
 {
     LineMatch result;
     if (!m_scan) {

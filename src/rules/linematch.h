@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -47,7 +48,7 @@ public:
     enum class Rule { Placed, Unplaced };
 
     LineMatcher(ZefaMsgParserEngin* engine, ZefaEnginMsgParser* parser, Rule rule = Rule::Placed);
-    LineMatch operator()(const std::string& line) const;
+    LineMatch operator()(std::string_view line) const;
 
 private:
     std::shared_ptr<const RuleScan> m_scan; ///< null when no rule can match
