@@ -15,6 +15,7 @@
 #     in lines per second; with OLD_BUILD_DIR (a build of an earlier tree, tools/msgfilter
 #     only) also that tree's run in 64 KB chunks, and the ratio of the two (its 8 MB run is
 #     left out: an old tree may take minutes on it);
+#   - classify's peak resident memory on about 10 MB and about 1 GB of log;
 #   - bench_store: resident bytes per stored message at a million messages, and save and
 #     load of that log against a bare stream writer and reader pass.
 # Wall-clock and CPU (user + system) time are both printed; on a busy machine the CPU
@@ -78,6 +79,18 @@ if [[ -n $old_build ]]; then
     time_of run_64k_old "$old_build/tools/msgfilter" run --rules "$rules" "$(run_session 65536)"
 fi
 
+# classify's peak resident memory on about 10 MB and about 1 GB of the same kind of log,
+# streamed through standard input (the generator's own memory is small and counts too).
+peak_rss_kb() {
+    python3 -c 'import resource, subprocess, sys
+subprocess.run(sys.argv[1], shell=True, check=True)
+print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)' \
+        "\"$build/bench/generate_tool_log\" $1 | \"$tool\" classify --format text --color never - > /dev/null"
+}
+rss_small=$(peak_rss_kb 180000)
+rss_large=$(peak_rss_kb 18000000)
+echo "classify peak resident memory: $rss_small KiB on 180k lines (~10 MB), $rss_large KiB on 18M lines (~1 GB)"
+
 # bench_store's benchmarks carry different counters, which its csv output refuses.
 "$build/bench/bench_store" --benchmark_format=json 2> /dev/null > "$work/store.json"
 # A field of a benchmark's result, by the benchmark's name.
@@ -117,6 +130,8 @@ if [[ -n $old_build ]]; then
     awk -v s="$wall_run_64k" -v o="$wall_run_64k_old" -v sc="$cpu_run_64k" -v oc="$cpu_run_64k_old" 'BEGIN {
         printf "  run, 64 KB chunks, lines per second against the old tree: %.2fx wall, %.2fx cpu (target >= 4)\n", o / s, oc / sc }'
 fi
+awk -v s="$rss_small" -v l="$rss_large" 'BEGIN {
+    printf "  classify peak resident memory, ~1 GB / ~10 MB input: %.2fx (target: the same)\n", l / s }'
 awk -v b="$store_bytes" 'BEGIN { printf "  store: %.0f resident bytes per message at 1M messages (target <= 300)\n", b }'
 for pass in Save:Write Load:Read; do
     ours=$(store_column "BM_${pass%%:*}Log/iterations:3" cpu_time)
