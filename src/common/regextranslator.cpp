@@ -98,6 +98,12 @@ bool mayBeEmpty(const Node& node)
     }
 }
 
+bool holdsCapture(const Node& node)
+{
+    return node.kind == Node::Kind::Capture
+        || std::any_of(node.children.begin(), node.children.end(), holdsCapture);
+}
+
 // The strings of `node` whose first character is one of `first`, as a tree of the same
 // kind; nothing when the node has no such string or the rewriting cannot be sure.
 struct Restricted {
@@ -150,7 +156,9 @@ Restricted restrictFirst(const Node& node, const ByteSet& first)
             result.outcome = Restricted::Outcome::Never;
             return result;
         }
-        if (mayBeEmpty(child)) {
+        // A group in the first pass and again in the passes after it would read as one
+        // stretch over both, where the reference engine keeps the last pass only.
+        if (mayBeEmpty(child) || (node.max != 1 && holdsCapture(child))) {
             return result;
         }
         Restricted once = restrictFirst(child, first);
@@ -862,19 +870,6 @@ private:
             optional.mayBeEmpty = true;
         }
         return sequence(joined, optional);
-    }
-
-    static bool holdsCapture(const Node& node)
-    {
-        if (node.kind == Node::Kind::Capture) {
-            return true;
-        }
-        for (const Node& child : node.children) {
-            if (holdsCapture(child)) {
-                return true;
-            }
-        }
-        return false;
     }
 
     std::vector<CaptureReader::State> m_states;

@@ -75,6 +75,9 @@ const ReaderRow kRows[] = {
     { "group under a repetition", "(ab)+", "abab", Reader::None, "0/4 [abab] [ab]" },
     { "anchor inside", "a(^b|c)", "ac", Reader::None, "0/2 [ac] [c]" },
     { "look-ahead", "(a)(?=b)", "ab", Reader::None, "0/1 [a] [a]" },
+    // The group keeps its last pass only, not both passes as one stretch.
+    { "look-ahead before a repeated group", "(?=\\s)(\\W\xb5{,2}){2}", " :\xb5", Reader::None,
+        "0/3 [ :\xb5] [:\xb5]" },
 };
 
 TEST(CaptureReader, ReadsOnlyUnambiguousMatchesAndAsQRegExpDoes)
