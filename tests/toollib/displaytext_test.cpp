@@ -48,7 +48,12 @@ INSTANTIATE_TEST_SUITE_P(Rows, DisplayText,
         DecodingRow { "encoded_surrogate", "\xed\xa0\x80", QStringLiteral("\u00ed\u00a0\u0080") },
         DecodingRow {
             "beyond_unicode", "\xf4\x90\x80\x80", QStringLiteral("\u00f4\u0090\u0080\u0080") },
-        DecodingRow { "utf8_then_latin1", "\xc3\xa9 \xe9", QStringLiteral("\u00c3\u00a9 \u00e9") }),
+        DecodingRow { "utf8_then_latin1", "\xc3\xa9 \xe9", QStringLiteral("\u00c3\u00a9 \u00e9") },
+        // Bytes are screened for ASCII eight at a time, then one by one.
+        DecodingRow { "latin1_in_a_whole_word", "0123456789 caf\xe9 and more",
+            QStringLiteral("0123456789 caf\u00e9 and more") },
+        DecodingRow { "latin1_in_the_last_bytes", "0123456789abcdef caf\xe9",
+            QStringLiteral("0123456789abcdef caf\u00e9") }),
     [](const testing::TestParamInfo<DecodingRow>& info) { return std::string(info.param.name); });
 
 struct PartRow {

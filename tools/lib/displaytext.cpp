@@ -1,6 +1,7 @@
 #include "displaytext.h"
 
-#include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace zefa::msg_filter::tool {
 
@@ -11,13 +12,28 @@ int qtSize(std::size_t size)
     return static_cast<int>(size);
 }
 
+// Whether no byte has its high bit set, eight bytes at a time.
+bool isAscii(const char* bytes, std::size_t size)
+{
+    std::uint64_t any = 0;
+    std::size_t index = 0;
+    for (; index + sizeof any <= size; index += sizeof any) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, bytes + index, sizeof word);
+        any |= word;
+    }
+    for (; index < size; ++index) {
+        any |= static_cast<unsigned char>(bytes[index]);
+    }
+    return (any & 0x8080808080808080U) == 0;
+}
+
 // Whether the bytes decode as UTF-8 and encode back to themselves: exactly the text
 // whose bytes survive a round trip, whatever Qt's decoder counts as invalid.
 bool decodesAsUtf8(const char* bytes, std::size_t size, QString& text)
 {
     // ASCII, most of every log, is UTF-8 that decodes one character per byte.
-    if (std::all_of(bytes, bytes + size,
-            [](char byte) { return static_cast<unsigned char>(byte) < 0x80; })) {
+    if (isAscii(bytes, size)) {
         text = QString::fromLatin1(bytes, qtSize(size));
         return true;
     }
@@ -70,7 +86,7 @@ QString quoted(const QString& text)
     return result + QLatin1Char('"');
 }
 
-LineDecoder::LineDecoder(const std::string& line)
+LineDecoder::LineDecoder(std::string_view line)
     : m_utf8(decodesAsUtf8(line.data(), line.size(), m_line))
 {
     if (!m_utf8) {

@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <string>
+#include <string_view>
 
 namespace zefa::msg_filter::tool {
 
@@ -30,7 +31,7 @@ QString visibleText(const QString& text);
 /// bytes happen to be valid UTF-8.
 class LineDecoder {
 public:
-    explicit LineDecoder(const std::string& line);
+    explicit LineDecoder(std::string_view line);
 
     /// The whole line.
     const QString& line() const { return m_line; }

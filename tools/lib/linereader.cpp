@@ -5,19 +5,33 @@
 #include "severity.h"
 
 #include <cstring>
+#include <string_view>
+#include <unordered_map>
 
 namespace zefa::msg_filter::tool {
 
 namespace {
 
 // The line as the user sees it: without its line feed or a carriage return before it.
-std::string withoutLineEnd(const std::string& line)
+std::string_view withoutLineEnd(std::string_view line)
 {
-    std::string::size_type end = line.size();
+    std::string_view::size_type end = line.size();
     while (end > 0 && (line[end - 1] == '\n' || line[end - 1] == '\r')) {
         --end;
     }
     return line.substr(0, end);
+}
+
+// The names of rules, types and fields come back on every line a rule recognises; each
+// thread keeps the display text of those it has met.
+const QString& displayName(const std::string& name)
+{
+    thread_local std::unordered_map<std::string, QString> known;
+    auto found = known.find(name);
+    if (found == known.end()) {
+        found = known.emplace(name, displayText(name)).first;
+    }
+    return found->second;
 }
 
 } // namespace
@@ -32,19 +46,17 @@ LineBatch LineReader::read(const QByteArray& lines) const
     LineBatch batch;
     const char* at = lines.constData();
     const char* const end = at + lines.size();
-    std::string text;
     while (at < end) {
         const void* feed = std::memchr(at, '\n', static_cast<std::size_t>(end - at));
         const char* const next = feed != nullptr ? static_cast<const char*>(feed) + 1 : end;
-        text.assign(at, next);
-        readLine(text, batch);
+        readLine(std::string_view(at, static_cast<std::size_t>(next - at)), batch);
         ++batch.lines;
         at = next;
     }
     return batch;
 }
 
-void LineReader::readLine(const std::string& text, LineBatch& batch) const
+void LineReader::readLine(std::string_view text, LineBatch& batch) const
 {
     const impl_detail::LineMatch found = m_match(text);
     if (found.rule == nullptr) {
@@ -58,7 +70,7 @@ void LineReader::readLine(const std::string& text, LineBatch& batch) const
     recognised.index = batch.lines;
     recognised.rule = found.rule->getName();
     ClassifiedLine& line = recognised.line;
-    line.rule = displayText(recognised.rule);
+    line.rule = displayName(recognised.rule);
     // A structured line's own "type" field gives its severity, and its type is the
     // rule's alone.
     std::string type = found.rule->getType();
@@ -83,9 +95,9 @@ void LineReader::readLine(const std::string& text, LineBatch& batch) const
     }
     const LineDecoder decode(withoutLineEnd(text));
     line.severity = severity;
-    line.type = displayText(type);
+    line.type = displayName(type);
     for (const auto& [name, value] : found.fields) {
-        line.fields.emplace_back(displayText(name), decode(value));
+        line.fields.emplace_back(displayName(name), decode(value));
     }
     line.text = decode.line();
     describeMessage(line);

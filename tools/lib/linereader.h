@@ -7,6 +7,7 @@
 #include <QByteArray>
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -44,7 +45,7 @@ public:
 
 private:
     /// Counts the line in `batch`, and adds it to the recognised ones when it is.
-    void readLine(const std::string& text, LineBatch& batch) const;
+    void readLine(std::string_view text, LineBatch& batch) const;
 
     const impl_detail::LineMatcher m_match;
 };
