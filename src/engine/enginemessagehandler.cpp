@@ -167,17 +167,26 @@ void EngineMessageHandler::parseNewMessage(const FieldList& fields, QString& id,
     // in 64 bits.
     const long long navigationEnd = static_cast<long long>(dynamicCount) + navigationCount;
     const RegexPattern& argument = argumentExpression();
+    // The arguments came from Latin-1 bytes: searched as bytes, they are not converted
+    // again for each argument.
+    const QByteArray bytes = arguments.toLatin1();
+    const std::string_view text(bytes.constData(), static_cast<std::size_t>(bytes.size()));
     int position = 0;
     for (int index = 0;; ++index) {
-        const RegexPattern::Match match = argument.search(arguments, position);
+        const RegexPattern::Match match =
+            argument.search(text, position, RegexPattern::Captures::Spans);
         if (!match.found()) {
             break;
         }
         position = match.position + match.length;
+        const MatchSpan value = match.spans.size() > 1 ? match.spans[1] : MatchSpan {};
+        const QString captured = value.found()
+            ? QString::fromLatin1(bytes.constData() + value.position, value.length)
+            : QString();
         if (index < dynamicCount) {
-            dynamic.append(parseXmlReserved(match.captures.value(1)));
+            dynamic.append(parseXmlReserved(captured));
         } else if (index < navigationEnd) {
-            navigation.append(parseXmlReserved(match.captures.value(1)));
+            navigation.append(parseXmlReserved(captured));
         }
     }
 }
