@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <deque>
 #include <future>
+#include <memory>
+#include <optional>
 #include <utility>
 
 namespace zefa::msg_filter::tool {
@@ -18,6 +20,13 @@ namespace {
 constexpr qint64 kChunkBytes = 256 * 1024;
 
 } // namespace
+
+// A piece read on a thread of its own: its lines, and their output when the piece's own
+// format wrote it there.
+struct InputClassifier::Piece {
+    LineBatch batch;
+    std::optional<QByteArray> output;
+};
 
 InputClassifier::InputClassifier(const RulesSelection& rules, MessageFormat& format, QString name,
     ClassificationSummary& summary, int jobs)
@@ -43,24 +52,30 @@ QByteArray InputClassifier::takeCompleteLines(const QByteArray& chunk)
 
 QByteArray InputClassifier::feed(const QByteArray& chunk)
 {
-    return report(m_reader.read(takeCompleteLines(chunk)));
+    return report({ m_reader.read(takeCompleteLines(chunk)), std::nullopt });
 }
 
 QByteArray InputClassifier::finish()
 {
-    return report(m_reader.read(std::exchange(m_partial, {})));
+    return report({ m_reader.read(std::exchange(m_partial, {})), std::nullopt });
 }
 
 void InputClassifier::feedAll(QIODevice& input,
     const std::function<void(const QByteArray& output, qint64 bytesRead)>& written)
 {
     // Pieces being read by the rules, oldest first, with the bytes read up to each.
-    std::deque<std::pair<std::future<LineBatch>, qint64>> reading;
+    std::deque<std::pair<std::future<Piece>, qint64>> reading;
     const auto reportOldest = [&]() {
-        auto [batch, bytesRead] = std::move(reading.front());
+        auto [piece, bytesRead] = std::move(reading.front());
         reading.pop_front();
-        written(report(batch.get()), bytesRead);
+        written(report(piece.get()), bytesRead);
     };
+    // Without a review, a message's output depends on nothing but the message, so a
+    // format that can be copied writes each piece's messages on the piece's thread; the
+    // lines are numbered there from the lines handed out before.
+    const std::unique_ptr<MessageFormat> pieceFormat =
+        m_review == nullptr ? m_format.forPiece() : nullptr;
+    long long linesHandedOut = m_lineNumber;
     qint64 done = 0;
     while (true) {
         const QByteArray chunk = input.read(kChunkBytes);
@@ -72,9 +87,18 @@ void InputClassifier::feedAll(QIODevice& input,
             written(feed(chunk), done);
             continue;
         }
-        reading.emplace_back(
-            std::async(std::launch::async,
-                [this, lines = takeCompleteLines(chunk)]() { return m_reader.read(lines); }),
+        QByteArray lines = takeCompleteLines(chunk);
+        const long long first = linesHandedOut + 1;
+        linesHandedOut += std::count(lines.cbegin(), lines.cend(), '\n');
+        reading.emplace_back(std::async(std::launch::async,
+                                 [this, lines = std::move(lines), first,
+                                     format = pieceFormat ? pieceFormat->forPiece() : nullptr]() {
+                                     Piece piece { m_reader.read(lines), std::nullopt };
+                                     if (format) {
+                                         piece.output = write(piece.batch, first, *format);
+                                     }
+                                     return piece;
+                                 }),
             done);
         while (static_cast<int>(reading.size()) > m_jobs) {
             reportOldest();
@@ -85,30 +109,49 @@ void InputClassifier::feedAll(QIODevice& input,
     }
 }
 
-QByteArray InputClassifier::report(LineBatch batch)
+QByteArray InputClassifier::write(LineBatch& batch, long long first, MessageFormat& format) const
 {
-    const long long first = m_lineNumber + 1;
-    m_lineNumber += batch.lines;
-    m_summary.lines += batch.lines;
-    m_summary.ruleWithoutSubRule += batch.ruleWithoutSubRule;
     QByteArray output;
     for (LineBatch::Recognised& recognised : batch.recognised) {
         recognised.line.file = m_name;
         recognised.line.number = first + recognised.index;
-        output += report(recognised.line, recognised.rule);
+        output += format.message(recognised.line);
     }
     return output;
 }
 
-QByteArray InputClassifier::report(ClassifiedLine& line, const std::string& rule)
+QByteArray InputClassifier::report(Piece piece)
 {
-    if (m_review != nullptr) {
-        m_review->review(line);
+    LineBatch& batch = piece.batch;
+    const long long first = m_lineNumber + 1;
+    m_lineNumber += batch.lines;
+    m_summary.lines += batch.lines;
+    m_summary.ruleWithoutSubRule += batch.ruleWithoutSubRule;
+    if (piece.output) {
+        for (const LineBatch::Recognised& recognised : batch.recognised) {
+            count(recognised.line, recognised.rule);
+        }
+        return *piece.output;
     }
+    QByteArray output;
+    for (LineBatch::Recognised& recognised : batch.recognised) {
+        recognised.line.file = m_name;
+        recognised.line.number = first + recognised.index;
+        if (m_review != nullptr) {
+            m_review->review(recognised.line);
+        }
+        count(recognised.line, recognised.rule);
+        output += m_format.message(recognised.line);
+    }
+    return output;
+}
+
+void InputClassifier::count(const ClassifiedLine& line, const std::string& rule)
+{
     // A waived line is accepted: it counts nowhere but in the waived count.
     if (line.waived) {
         ++m_summary.waived;
-        return m_format.message(line);
+        return;
     }
     const auto index = static_cast<size_t>(line.severity);
     ++m_summary.bySeverity[index];
@@ -120,7 +163,6 @@ QByteArray InputClassifier::report(ClassifiedLine& line, const std::string& rule
     } else if (line.baseline == BaselineState::Known) {
         ++m_summary.knownMessages;
     }
-    return m_format.message(line);
 }
 
 } // namespace zefa::msg_filter::tool

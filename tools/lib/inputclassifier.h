@@ -21,9 +21,10 @@ class MessageReview;
 ///
 /// Lines are numbered from 1 per input; a last line without a line feed counts too.
 /// Every line is added to the summary, which several inputs may share. With more than one
-/// job, feedAll() reads pieces of the input on that many threads at once; review,
-/// counting and formatting stay on the calling thread, in input order, so the output is
-/// the same bytes for any number of jobs.
+/// job, feedAll() reads pieces of the input on that many threads at once; review and
+/// counting stay on the calling thread, in input order, and so does formatting unless
+/// there is no review and the format writes each message alone (MessageFormat::forPiece),
+/// so the output is the same bytes for any number of jobs.
 class InputClassifier {
 public:
     InputClassifier(const RulesSelection& rules, MessageFormat& format, QString name,
@@ -55,9 +56,14 @@ public:
 private:
     /// The complete lines of what arrived so far; the partial last line stays behind.
     QByteArray takeCompleteLines(const QByteArray& chunk);
-    /// Numbers, reviews, counts and formats a batch's lines.
-    QByteArray report(LineBatch batch);
-    QByteArray report(ClassifiedLine& line, const std::string& rule);
+    struct Piece;
+
+    /// Numbers, reviews, counts and formats a piece's lines, or counts them only where
+    /// the piece's own format wrote them.
+    QByteArray report(Piece piece);
+    /// Numbers a batch's lines from `first` and writes them with `format`.
+    QByteArray write(LineBatch& batch, long long first, MessageFormat& format) const;
+    void count(const ClassifiedLine& line, const std::string& rule);
 
     const LineReader m_reader;
     MessageFormat& m_format;

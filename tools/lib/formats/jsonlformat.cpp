@@ -161,4 +161,10 @@ QByteArray JsonlFormat::finish(const ClassificationSummary&)
     return {};
 }
 
+std::unique_ptr<MessageFormat> JsonlFormat::forPiece() const
+{
+    // A message's line depends on nothing but the message and the options.
+    return std::make_unique<JsonlFormat>(*this);
+}
+
 } // namespace zefa::msg_filter::tool

@@ -13,6 +13,7 @@ public:
 
     QByteArray message(const ClassifiedLine& line) override;
     QByteArray finish(const ClassificationSummary& summary) override;
+    std::unique_ptr<MessageFormat> forPiece() const override;
 };
 
 } // namespace zefa::msg_filter::tool

@@ -46,6 +46,11 @@ const FormatRow* findFormat(const QString& name)
 
 MessageFormat::~MessageFormat() = default;
 
+std::unique_ptr<MessageFormat> MessageFormat::forPiece() const
+{
+    return nullptr;
+}
+
 bool isMessageFormat(const QString& name)
 {
     return findFormat(name) != nullptr;

@@ -24,6 +24,11 @@ public:
 
     virtual QByteArray message(const ClassifiedLine& line) = 0;
     virtual QByteArray finish(const ClassificationSummary& summary) = 0;
+
+    /// A format that writes each message as this one does, to format a piece of the
+    /// input on a thread of its own; null (the default) for a format whose output for a
+    /// message depends on the messages before it, or that writes in finish().
+    virtual std::unique_ptr<MessageFormat> forPiece() const;
 };
 
 class MessageReview;

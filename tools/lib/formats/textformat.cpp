@@ -142,4 +142,10 @@ QByteArray TextFormat::finish(const ClassificationSummary& summary)
     return text.toUtf8();
 }
 
+std::unique_ptr<MessageFormat> TextFormat::forPiece() const
+{
+    // A message's line depends on nothing but the message and the options.
+    return std::make_unique<TextFormat>(*this);
+}
+
 } // namespace zefa::msg_filter::tool

@@ -15,6 +15,7 @@ public:
 
     QByteArray message(const ClassifiedLine& line) override;
     QByteArray finish(const ClassificationSummary& summary) override;
+    std::unique_ptr<MessageFormat> forPiece() const override;
 
 private:
     bool m_color;
