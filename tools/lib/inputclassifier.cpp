@@ -4,6 +4,7 @@
 #include "messagereview.h"
 
 #include <QIODevice>
+#include <QThreadPool>
 
 #include <algorithm>
 #include <deque>
@@ -76,6 +77,10 @@ void InputClassifier::feedAll(QIODevice& input,
     const std::unique_ptr<MessageFormat> pieceFormat =
         m_review == nullptr ? m_format.forPiece() : nullptr;
     long long linesHandedOut = m_lineNumber;
+    // The same threads read every piece, so what a thread keeps for itself (the rules'
+    // automata among it) is built once, not once per piece.
+    QThreadPool threads;
+    threads.setMaxThreadCount(m_jobs);
     qint64 done = 0;
     while (true) {
         const QByteArray chunk = input.read(kChunkBytes);
@@ -90,16 +95,17 @@ void InputClassifier::feedAll(QIODevice& input,
         QByteArray lines = takeCompleteLines(chunk);
         const long long first = linesHandedOut + 1;
         linesHandedOut += std::count(lines.cbegin(), lines.cend(), '\n');
-        reading.emplace_back(std::async(std::launch::async,
-                                 [this, lines = std::move(lines), first,
-                                     format = pieceFormat ? pieceFormat->forPiece() : nullptr]() {
-                                     Piece piece { m_reader.read(lines), std::nullopt };
-                                     if (format) {
-                                         piece.output = write(piece.batch, first, *format);
-                                     }
-                                     return piece;
-                                 }),
-            done);
+        auto task = std::make_shared<std::packaged_task<Piece()>>(
+            [this, lines = std::move(lines), first,
+                format = pieceFormat ? pieceFormat->forPiece() : nullptr]() {
+                Piece piece { m_reader.read(lines), std::nullopt };
+                if (format) {
+                    piece.output = write(piece.batch, first, *format);
+                }
+                return piece;
+            });
+        reading.emplace_back(task->get_future(), done);
+        threads.start([task]() { (*task)(); });
         while (static_cast<int>(reading.size()) > m_jobs) {
             reportOldest();
         }
