@@ -695,8 +695,33 @@ private:
     bool m_exact = true;
 };
 
+// The characters a node surely ends on a run of, as in "(\d+)": an unbounded repetition
+// of one character set, last in the node, maybe inside groups; none otherwise.
+std::optional<ByteSet> endingRun(const Node& node)
+{
+    switch (node.kind) {
+    case Node::Kind::Repeat:
+        if (node.max == kUnbounded && node.children.front().kind == Node::Kind::Bytes) {
+            return node.children.front().bytes;
+        }
+        return std::nullopt;
+    case Node::Kind::Capture:
+        return endingRun(node.children.front());
+    case Node::Kind::Sequence:
+        return node.children.empty() ? std::nullopt : endingRun(node.children.back());
+    default:
+        return std::nullopt;
+    }
+}
+
 // Builds the position automaton of a tree for a CaptureReader: one state per character
 // set, repetitions with counts written out as that many copies.
+//
+// A run followed by a repetition that reads all its characters and more, as in
+// "(\d+)[^\r\n]*", can be split between the two in as many ways as the run is long. QRegExp
+// ends a group as late as it can, so the groups that end with the run take all of it: the
+// automaton lets the repetition start only on a character the run cannot read, which
+// matches the same texts ("\d+(?:[^\d\r\n][^\r\n]*)?") and leaves that one split.
 class CaptureReaderBuilder {
 public:
     std::shared_ptr<const CaptureReader> build(const Node& root)
@@ -716,10 +741,7 @@ public:
         if (!parts.empty() && parts.back()->kind == Node::Kind::EndOfText) {
             parts.pop_back();
         }
-        Piece whole = empty();
-        for (const Node* part : parts) {
-            whole = sequence(whole, piece(*part, 0));
-        }
+        const Piece whole = sequenceOf(parts, 0);
         if (m_failed || m_groupMayBeEmpty.size() > 64) {
             return nullptr;
         }
@@ -813,11 +835,11 @@ private:
             return inner;
         }
         case Node::Kind::Sequence: {
-            Piece joined = empty();
+            std::vector<const Node*> parts;
             for (const Node& child : node.children) {
-                joined = sequence(joined, piece(child, groups));
+                parts.push_back(&child);
             }
-            return joined;
+            return sequenceOf(parts, groups);
         }
         case Node::Kind::Alternation: {
             Piece any = piece(node.children.front(), groups);
@@ -837,6 +859,43 @@ private:
         }
         m_failed = true;
         return empty();
+    }
+
+    Piece sequenceOf(const std::vector<const Node*>& parts, std::uint64_t groups)
+    {
+        Piece joined = empty();
+        for (std::size_t index = 0; index < parts.size(); ++index) {
+            const Node& part = *parts[index];
+            const std::optional<ByteSet> run =
+                index > 0 ? endingRun(*parts[index - 1]) : std::nullopt;
+            const bool tailAfterRun = run && part.kind == Node::Kind::Repeat && part.min == 0
+                && part.max == kUnbounded && part.children.front().kind == Node::Kind::Bytes
+                && (*run & ~part.children.front().bytes).none();
+            joined = sequence(joined,
+                tailAfterRun ? tailAfter(*run, part.children.front().bytes, groups)
+                             : piece(part, groups));
+        }
+        return joined;
+    }
+
+    // What may follow a run of `run` characters out of a repetition of `tail` characters,
+    // all of them among `tail`: nothing, or a character the run cannot read and then any
+    // of the repetition's.
+    Piece tailAfter(const ByteSet& run, const ByteSet& tail, std::uint64_t groups)
+    {
+        Node first(Node::Kind::Bytes);
+        first.bytes = tail & ~run;
+        if (first.bytes.none()) {
+            return empty();
+        }
+        Node rest(Node::Kind::Bytes);
+        rest.bytes = tail;
+        Piece loop = piece(rest, groups);
+        link(loop.last, loop.first);
+        loop.mayBeEmpty = true;
+        Piece optional = sequence(piece(first, groups), loop);
+        optional.mayBeEmpty = true;
+        return optional;
     }
 
     // x{m,n} as m copies of x, then n - m nested optional copies, or a looping copy when
