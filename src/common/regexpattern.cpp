@@ -130,6 +130,9 @@ RegexPattern::Match RegexPattern::searchOnAutomaton(
     std::string_view latin1, int from, Captures captures, const QString* text) const
 {
     Match match;
+    if (from == 0 && !m_compiled->translation.mayOpen(latin1)) {
+        return match;
+    }
     const re2::StringPiece whole(latin1.data(), latin1.size());
     re2::StringPiece found;
     if (!m_compiled->automaton->Match(whole, static_cast<std::size_t>(from), latin1.size(),

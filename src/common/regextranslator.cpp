@@ -938,6 +938,91 @@ private:
     bool m_failed = false;
 };
 
+// The characters a node's matches may begin with, and whether it may match the empty
+// string; nothing for a zero-width construct or an anchor, whose effect is not followed.
+struct FirstCharacters {
+    ByteSet bytes;
+    bool mayBeEmpty = false;
+};
+
+std::optional<FirstCharacters> firstCharacters(const Node& node);
+
+std::optional<FirstCharacters> firstOfSequence(
+    std::vector<Node>::const_iterator begin, std::vector<Node>::const_iterator end)
+{
+    FirstCharacters first;
+    first.mayBeEmpty = true;
+    for (auto child = begin; child != end && first.mayBeEmpty; ++child) {
+        const std::optional<FirstCharacters> next = firstCharacters(*child);
+        if (!next) {
+            return std::nullopt;
+        }
+        first.bytes |= next->bytes;
+        first.mayBeEmpty = next->mayBeEmpty;
+    }
+    return first;
+}
+
+std::optional<FirstCharacters> firstCharacters(const Node& node)
+{
+    switch (node.kind) {
+    case Node::Kind::Bytes:
+        return FirstCharacters { node.bytes, false };
+    case Node::Kind::Sequence:
+        return firstOfSequence(node.children.begin(), node.children.end());
+    case Node::Kind::Alternation: {
+        FirstCharacters first;
+        for (const Node& child : node.children) {
+            const std::optional<FirstCharacters> next = firstCharacters(child);
+            if (!next) {
+                return std::nullopt;
+            }
+            first.bytes |= next->bytes;
+            first.mayBeEmpty = first.mayBeEmpty || next->mayBeEmpty;
+        }
+        return first;
+    }
+    case Node::Kind::Repeat: {
+        if (node.max == 0) {
+            return FirstCharacters { ByteSet(), true };
+        }
+        std::optional<FirstCharacters> first = firstCharacters(node.children.front());
+        if (first) {
+            first->mayBeEmpty = first->mayBeEmpty || node.min == 0;
+        }
+        return first;
+    }
+    case Node::Kind::Capture:
+        return firstCharacters(node.children.front());
+    default:
+        return std::nullopt;
+    }
+}
+
+// "^", maybe a run of one character set, then a part that reads at least one character
+// and cannot begin with one of the run's: a match takes the whole run and goes on with
+// the part's first character.
+std::optional<TranslatedPattern::Opening> openingOf(const Node& root)
+{
+    if (root.kind != Node::Kind::Sequence || root.children.empty()
+        || root.children.front().kind != Node::Kind::StartOfText) {
+        return std::nullopt;
+    }
+    auto rest = root.children.begin() + 1;
+    TranslatedPattern::Opening opening;
+    if (rest != root.children.end() && rest->kind == Node::Kind::Repeat && rest->min == 0
+        && rest->max == kUnbounded && rest->children.front().kind == Node::Kind::Bytes) {
+        opening.skipped = rest->children.front().bytes;
+        ++rest;
+    }
+    const std::optional<FirstCharacters> first = firstOfSequence(rest, root.children.end());
+    if (!first || first->mayBeEmpty || (first->bytes & opening.skipped).any()) {
+        return std::nullopt;
+    }
+    opening.first = first->bytes;
+    return opening;
+}
+
 } // namespace
 
 TranslatedPattern translatePattern(const QString& pattern, bool caseSensitive)
@@ -955,6 +1040,7 @@ TranslatedPattern translatePattern(const QString& pattern, bool caseSensitive)
     translated.fidelity =
         writer.exact() ? TranslatedPattern::Fidelity::Exact : TranslatedPattern::Fidelity::Superset;
     translated.text = std::move(text);
+    translated.opening = openingOf(*tree);
     if (writer.exact()) {
         translated.captures = CaptureReaderBuilder().build(*tree);
     }

@@ -4,8 +4,11 @@
 
 #include <QString>
 
+#include <bitset>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace zefa::msg_filter::impl_detail {
 
@@ -31,6 +34,30 @@ struct TranslatedPattern {
     /// Reads the groups of an exact translation's matches where it can; null where groups
     /// lie in repetitions, anchors stand inside the pattern, or the pattern is too large.
     std::shared_ptr<const CaptureReader> captures;
+
+    /// What a pattern anchored at the start needs first, as "^\s*ERROR" needs an E after
+    /// the leading white space: its first character past a run of `skipped` ones is one
+    /// of `first`, which holds none of them.
+    struct Opening {
+        std::bitset<256> skipped;
+        std::bitset<256> first;
+    };
+    /// Set where the pattern is anchored at the start and begins that way.
+    std::optional<Opening> opening;
+
+    /// False when the text surely has no match from offset 0: its opening is not there.
+    bool mayOpen(std::string_view latin1) const
+    {
+        if (!opening) {
+            return true;
+        }
+        std::size_t at = 0;
+        while (
+            at < latin1.size() && opening->skipped.test(static_cast<unsigned char>(latin1[at]))) {
+            ++at;
+        }
+        return at < latin1.size() && opening->first.test(static_cast<unsigned char>(latin1[at]));
+    }
 };
 
 /// Translates a pattern the reference engine accepts; an invalid pattern yields None.

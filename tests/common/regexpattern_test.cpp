@@ -150,6 +150,59 @@ TEST(RegexPattern, TextBeyondLatin1RunsOnQRegExp)
     EXPECT_EQ(describe(pattern.search(text)), "2/2 [bb]");
 }
 
+// A pattern anchored at the start rules a text out on its first character past the
+// leading run, without running the automaton; only where that cannot change an answer.
+struct OpeningRow {
+    const char* name;
+    const char* pattern;
+    std::string text;
+    int from;
+    bool opening; ///< whether the pattern gets an opening at all
+    bool ruledOut; ///< whether the opening alone rules the text out
+    std::string outcome; ///< as QRegExp reports it
+    RegexPattern::Case sensitivity = kSensitive;
+};
+
+const OpeningRow kOpeningRows[] = {
+    { "keyword after white space", "^\\s*ERROR", " \t ERROR: x", 0, true, false,
+        "0/8 [ \t ERROR]" },
+    { "other keyword", "^\\s*ERROR", "  WARNING", 0, true, true, "-1/-1" },
+    { "white space only", "^\\s*ERROR", "   ", 0, true, true, "-1/-1" },
+    { "empty text", "^\\s*ERROR", "", 0, true, true, "-1/-1" },
+    { "optional part before the keyword", "^\\s*(?:#\\s+)?E", " # E", 0, true, false,
+        "0/4 [ # E]" },
+    { "keyword after the optional part's place", "^\\s*(?:#\\s+)?E", " E", 0, true, false,
+        "0/2 [ E]" },
+    { "no leading run", "^a(b)", "xab", 0, true, true, "-1/-1" },
+    { "case folded", "^\\s*error",
+        "\xa0"
+        "ERROR",
+        0, true, false,
+        "0/6 [\xa0"
+        "ERROR]",
+        kInsensitive },
+    { "rest that may be empty", "^\\s*x?", "  y", 0, false, false, "0/2 [  ]" },
+    { "rest that may begin inside the run", "^\\s*\\sx", " \tx", 0, false, false, "0/3 [ \tx]" },
+    { "alternative without the caret", "^a|b", "xb", 0, false, false, "1/1 [b]" },
+    { "look-ahead before the first character", "^\\s*(?!E)\\w+", " F", 0, false, false,
+        "0/2 [ F]" },
+    { "search from past the start", "^\\s*E", " E", 1, true, false, "-1/-1" },
+};
+
+TEST(RegexPattern, RulesOutTextsWithoutTheirOpening)
+{
+    for (const OpeningRow& row : kOpeningRows) {
+        SCOPED_TRACE(row.name);
+        const QString pattern = fromLatin1(row.pattern);
+        const RegexPattern fast(pattern, row.sensitivity);
+        const RegexPattern reference(pattern, row.sensitivity, RegexPattern::Engine::Reference);
+        EXPECT_EQ(fast.translation().opening.has_value(), row.opening);
+        EXPECT_EQ(!fast.translation().mayOpen(row.text), row.ruledOut);
+        EXPECT_EQ(describe(reference.search(fromLatin1(row.text), row.from)), row.outcome);
+        EXPECT_EQ(describe(fast.search(std::string_view(row.text), row.from)), row.outcome);
+    }
+}
+
 TEST(PatternSet, LeavesOutOnlyPatternsThatCannotMatch)
 {
     const RegexPattern error(QStringLiteral("^ERROR:"));
