@@ -63,7 +63,6 @@ struct Scratch {
     std::vector<std::size_t> path;
     std::vector<int> begin;
     std::vector<int> end;
-    std::vector<int> read;
 };
 
 } // namespace
@@ -114,6 +113,16 @@ bool CaptureReader::findPath(const unsigned char* text, std::size_t size,
     const Word* allowed = m_last.data();
     for (std::size_t index = size; index-- > 0;) {
         const Word* reached = reach + index * words;
+        if (words == 1 && (reached[0] & (reached[0] - 1)) == 0) {
+            // One state reached the character: the path goes through it or nowhere. Where
+            // it goes next is known without waiting for the check.
+            if ((reached[0] & allowed[0]) == 0) {
+                return false;
+            }
+            path[index] = static_cast<std::size_t>(__builtin_ctzll(reached[0]));
+            allowed = row(m_precede, path[index]);
+            continue;
+        }
         int found = 0;
         for (std::size_t word = 0; word < words; ++word) {
             const Word live = reached[word] & allowed[word];
@@ -154,28 +163,35 @@ bool CaptureReader::read(
     if (!unique) {
         return false;
     }
+    // The groups of consecutive characters differ only where a group begins or ends. A
+    // group outside repetitions reads one unbroken stretch: one that begins twice cannot.
     const auto groups = static_cast<std::size_t>(groupCount());
     std::vector<int>& begin = scratch.begin;
     std::vector<int>& end = scratch.end;
-    std::vector<int>& read = scratch.read;
     begin.assign(groups, -1);
     end.assign(groups, -1);
-    read.assign(groups, 0);
-    for (std::size_t index = 0; index < size; ++index) {
-        for (std::uint64_t bits = m_groupsOf[path[index]]; bits != 0; bits &= bits - 1) {
-            const auto group = static_cast<std::size_t>(__builtin_ctzll(bits));
-            if (begin[group] < 0) {
-                begin[group] = static_cast<int>(index);
-            }
-            end[group] = static_cast<int>(index) + 1;
-            ++read[group];
+    std::uint64_t open = 0;
+    for (std::size_t index = 0; index <= size; ++index) {
+        const std::uint64_t now = index < size ? m_groupsOf[path[index]] : 0;
+        if (now == open) {
+            continue;
         }
+        for (std::uint64_t bits = now & ~open; bits != 0; bits &= bits - 1) {
+            const auto group = static_cast<std::size_t>(__builtin_ctzll(bits));
+            if (begin[group] >= 0) {
+                return false;
+            }
+            begin[group] = static_cast<int>(index);
+        }
+        for (std::uint64_t bits = open & ~now; bits != 0; bits &= bits - 1) {
+            end[static_cast<std::size_t>(__builtin_ctzll(bits))] = static_cast<int>(index);
+        }
+        open = now;
     }
+    // A group that read nothing took no part, unless it may match empty: then it cannot
+    // be told whether it did.
     for (std::size_t group = 0; group < groups; ++group) {
-        // A group outside repetitions reads one unbroken stretch; one that reads nothing
-        // took no part, unless it may match empty.
-        if (begin[group] < 0 ? m_groupMayBeEmpty[group]
-                             : read[group] != end[group] - begin[group]) {
+        if (begin[group] < 0 && m_groupMayBeEmpty[group]) {
             return false;
         }
     }
