@@ -53,12 +53,12 @@ QByteArray InputClassifier::takeCompleteLines(const QByteArray& chunk)
 
 QByteArray InputClassifier::feed(const QByteArray& chunk)
 {
-    return report({ m_reader.read(takeCompleteLines(chunk)), std::nullopt });
+    return report({ m_reader.read(takeCompleteLines(chunk), description()), std::nullopt });
 }
 
 QByteArray InputClassifier::finish()
 {
-    return report({ m_reader.read(std::exchange(m_partial, {})), std::nullopt });
+    return report({ m_reader.read(std::exchange(m_partial, {}), description()), std::nullopt });
 }
 
 void InputClassifier::feedAll(QIODevice& input,
@@ -96,9 +96,9 @@ void InputClassifier::feedAll(QIODevice& input,
         const long long first = linesHandedOut + 1;
         linesHandedOut += std::count(lines.cbegin(), lines.cend(), '\n');
         auto task = std::make_shared<std::packaged_task<Piece()>>(
-            [this, lines = std::move(lines), first,
+            [this, lines = std::move(lines), first, description = description(),
                 format = pieceFormat ? pieceFormat->forPiece() : nullptr]() {
-                Piece piece { m_reader.read(lines), std::nullopt };
+                Piece piece { m_reader.read(lines, description), std::nullopt };
                 if (format) {
                     piece.output = write(piece.batch, first, *format);
                 }
@@ -113,6 +113,13 @@ void InputClassifier::feedAll(QIODevice& input,
     while (!reading.empty()) {
         reportOldest();
     }
+}
+
+LineReader::Description InputClassifier::description() const
+{
+    // A review keys messages by their id and text; formats may show them.
+    return m_review != nullptr || m_format.readsDescription() ? LineReader::Description::Made
+                                                              : LineReader::Description::Skipped;
 }
 
 QByteArray InputClassifier::write(LineBatch& batch, long long first, MessageFormat& format) const

@@ -54,6 +54,8 @@ public:
     void setReview(MessageReview* review) { m_review = review; }
 
 private:
+    /// Whether recognised lines need what describeMessage() derives.
+    LineReader::Description description() const;
     /// The complete lines of what arrived so far; the partial last line stays behind.
     QByteArray takeCompleteLines(const QByteArray& chunk);
     struct Piece;

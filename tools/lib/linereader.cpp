@@ -41,7 +41,7 @@ LineReader::LineReader(const RulesSelection& rules)
 {
 }
 
-LineBatch LineReader::read(const QByteArray& lines) const
+LineBatch LineReader::read(const QByteArray& lines, Description description) const
 {
     LineBatch batch;
     const char* at = lines.constData();
@@ -49,14 +49,14 @@ LineBatch LineReader::read(const QByteArray& lines) const
     while (at < end) {
         const void* feed = std::memchr(at, '\n', static_cast<std::size_t>(end - at));
         const char* const next = feed != nullptr ? static_cast<const char*>(feed) + 1 : end;
-        readLine(std::string_view(at, static_cast<std::size_t>(next - at)), batch);
+        readLine(std::string_view(at, static_cast<std::size_t>(next - at)), description, batch);
         ++batch.lines;
         at = next;
     }
     return batch;
 }
 
-void LineReader::readLine(std::string_view text, LineBatch& batch) const
+void LineReader::readLine(std::string_view text, Description description, LineBatch& batch) const
 {
     const impl_detail::LineMatch found = m_match(text);
     if (found.rule == nullptr) {
@@ -100,7 +100,9 @@ void LineReader::readLine(std::string_view text, LineBatch& batch) const
         line.fields.emplace_back(displayName(name), decode(value));
     }
     line.text = decode.line();
-    describeMessage(line);
+    if (description == Description::Made) {
+        describeMessage(line);
+    }
     batch.recognised.push_back(std::move(recognised));
 }
 

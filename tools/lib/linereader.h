@@ -39,13 +39,16 @@ class LineReader {
 public:
     explicit LineReader(const RulesSelection& rules);
 
+    /// Whether a recognised line also gets what describeMessage() derives from it.
+    enum class Description { Made, Skipped };
+
     /// Reads every line of `lines`, which holds complete lines only, except that the
     /// last one may lack its line feed (the end of the input). NUL bytes are line bytes.
-    LineBatch read(const QByteArray& lines) const;
+    LineBatch read(const QByteArray& lines, Description description = Description::Made) const;
 
 private:
     /// Counts the line in `batch`, and adds it to the recognised ones when it is.
-    void readLine(std::string_view text, LineBatch& batch) const;
+    void readLine(std::string_view text, Description description, LineBatch& batch) const;
 
     const impl_detail::LineMatcher m_match;
 };

@@ -14,6 +14,7 @@ public:
     QByteArray message(const ClassifiedLine& line) override;
     QByteArray finish(const ClassificationSummary& summary) override;
     std::unique_ptr<MessageFormat> forPiece() const override;
+    bool readsDescription() const override { return false; }
 };
 
 } // namespace zefa::msg_filter::tool

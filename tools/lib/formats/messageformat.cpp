@@ -46,6 +46,11 @@ const FormatRow* findFormat(const QString& name)
 
 MessageFormat::~MessageFormat() = default;
 
+bool MessageFormat::readsDescription() const
+{
+    return true;
+}
+
 std::unique_ptr<MessageFormat> MessageFormat::forPiece() const
 {
     return nullptr;

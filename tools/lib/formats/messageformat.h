@@ -29,6 +29,10 @@ public:
     /// input on a thread of its own; null (the default) for a format whose output for a
     /// message depends on the messages before it, or that writes in finish().
     virtual std::unique_ptr<MessageFormat> forPiece() const;
+
+    /// Whether message() reads what describeMessage() derives (id, message, source
+    /// place); lines for a format that does not are spared that work.
+    virtual bool readsDescription() const;
 };
 
 class MessageReview;

@@ -16,6 +16,7 @@ public:
     QByteArray message(const ClassifiedLine& line) override;
     QByteArray finish(const ClassificationSummary& summary) override;
     std::unique_ptr<MessageFormat> forPiece() const override;
+    bool readsDescription() const override { return false; }
 
 private:
     bool m_color;
