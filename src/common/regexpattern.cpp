@@ -133,6 +133,40 @@ RegexPattern::Match RegexPattern::searchOnAutomaton(
     if (from == 0 && !m_compiled->translation.mayOpen(latin1)) {
         return match;
     }
+    const auto onReference = [&](int start) {
+        return text != nullptr
+            ? searchOnReference(*text, start, captures)
+            : searchOnReference(QString::fromLatin1(latin1.data(), static_cast<int>(latin1.size())),
+                start, captures);
+    };
+    // The groups the reader found, as asked for.
+    const auto read = [&]() {
+        match.position = match.spans.front().position;
+        match.length = match.spans.front().length;
+        if (captures == Captures::Collect) {
+            match.captures = textsOf(latin1, match.spans);
+            match.spans.clear();
+        }
+        return match;
+    };
+    const bool exact = m_compiled->translation.fidelity == TranslatedPattern::Fidelity::Exact;
+    const CaptureReader* reader = m_compiled->translation.captures.get();
+    const bool readable = exact && reader != nullptr
+        && reader->groupCount() == m_compiled->captureCount && m_compiled->captureCount > 0;
+    // Groups wanted of a pattern that matches only at the start: the reader finds the
+    // longest match there itself while it reads the groups, and the automaton is spared.
+    if (readable && from == 0 && captures != Captures::Skip && reader->startAnchored()) {
+        switch (reader->readLongestFromStart(latin1, match.spans)) {
+        case CaptureReader::Outcome::Read:
+            return read();
+        case CaptureReader::Outcome::NoMatch:
+            return match;
+        case CaptureReader::Outcome::Unreadable:
+            return onReference(0);
+        case CaptureReader::Outcome::Declined:
+            break;
+        }
+    }
     const re2::StringPiece whole(latin1.data(), latin1.size());
     re2::StringPiece found;
     if (!m_compiled->automaton->Match(whole, static_cast<std::size_t>(from), latin1.size(),
@@ -140,7 +174,6 @@ RegexPattern::Match RegexPattern::searchOnAutomaton(
         return match;
     }
     const int position = static_cast<int>(found.data() - latin1.data());
-    const bool exact = m_compiled->translation.fidelity == TranslatedPattern::Fidelity::Exact;
     if (exact && (captures == Captures::Skip || m_compiled->captureCount == 0)) {
         match.position = position;
         match.length = static_cast<int>(found.size());
@@ -151,24 +184,12 @@ RegexPattern::Match RegexPattern::searchOnAutomaton(
         }
         return match;
     }
-    const CaptureReader* reader = m_compiled->translation.captures.get();
-    if (exact && reader != nullptr && reader->groupCount() == m_compiled->captureCount
-        && reader->read(latin1, position, static_cast<int>(found.size()), match.spans)) {
-        match.position = position;
-        match.length = static_cast<int>(found.size());
-        if (captures == Captures::Collect) {
-            match.captures = textsOf(latin1, match.spans);
-            match.spans.clear();
-        }
-        return match;
+    if (readable && reader->read(latin1, position, static_cast<int>(found.size()), match.spans)) {
+        return read();
     }
     // The automaton's leftmost start is at or before QRegExp's (the same with an exact
     // translation), so QRegExp starts there and skips the stretch already ruled out.
-    if (text != nullptr) {
-        return searchOnReference(*text, position, captures);
-    }
-    return searchOnReference(
-        QString::fromLatin1(latin1.data(), static_cast<int>(latin1.size())), position, captures);
+    return onReference(position);
 }
 
 RegexPattern::Match RegexPattern::searchOnReference(

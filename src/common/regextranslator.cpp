@@ -735,13 +735,17 @@ public:
             parts.push_back(&root);
         }
         // A match the search found already stands where its anchors allow.
+        CaptureReader::Shape shape;
         if (!parts.empty() && parts.front()->kind == Node::Kind::StartOfText) {
             parts.erase(parts.begin());
+            shape.startAnchored = true;
         }
         if (!parts.empty() && parts.back()->kind == Node::Kind::EndOfText) {
             parts.pop_back();
+            shape.endAnchored = true;
         }
         const Piece whole = sequenceOf(parts, 0);
+        shape.mayBeEmpty = whole.mayBeEmpty;
         if (m_failed || m_groupMayBeEmpty.size() > 64) {
             return nullptr;
         }
@@ -751,7 +755,7 @@ public:
             }
         }
         return std::make_shared<const CaptureReader>(
-            m_states, m_follow, whole.first, whole.last, m_groupMayBeEmpty);
+            m_states, m_follow, whole.first, whole.last, m_groupMayBeEmpty, shape);
     }
 
 private:

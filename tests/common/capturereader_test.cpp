@@ -122,6 +122,54 @@ TEST(CaptureReader, ReadsOnlyUnambiguousMatchesAndAsQRegExpDoes)
     }
 }
 
+// A pattern anchored at the start has its longest match there found by the reader
+// itself; where it cannot tell, the search goes on as before.
+struct FromStartRow {
+    const char* name;
+    const char* pattern;
+    std::string text;
+    CaptureReader::Outcome reader;
+    std::string outcome; ///< as QRegExp reports it
+};
+
+const FromStartRow kFromStartRows[] = {
+    { "longest of several ends", "^(ab|abcd)e?", "abcdx", CaptureReader::Outcome::Read,
+        "0/4 [abcd] [abcd]" },
+    { "run then an optional group", "^(a+)(b*)", "aabbbc", CaptureReader::Outcome::Read,
+        "0/5 [aabbb] [aa] [bbb]" },
+    { "end anchor not reached", "^(a+)$", "aab", CaptureReader::Outcome::NoMatch, "-1/-1" },
+    { "end anchor reached", "^(a+)b$", "aab", CaptureReader::Outcome::Read, "0/3 [aab] [aa]" },
+    { "first character not read", "^(x)", "y", CaptureReader::Outcome::NoMatch, "-1/-1" },
+    { "stops where no state reads on", "^(a)b", "ac", CaptureReader::Outcome::NoMatch, "-1/-1" },
+    { "empty match left to the automaton", "^(a*)", "b", CaptureReader::Outcome::Declined,
+        "0/0 [] null" },
+    { "two ways to split", "^(a*)(a*)", "aaa", CaptureReader::Outcome::Unreadable,
+        "0/3 [aaa] [aaa] null" },
+    { "back-reference: no reader", "^(a)b?\\1?", "aba", CaptureReader::Outcome::Declined,
+        "0/3 [aba] [a]" },
+};
+
+TEST(CaptureReader, FindsTheLongestMatchFromTheStart)
+{
+    for (const FromStartRow& row : kFromStartRows) {
+        SCOPED_TRACE(row.name);
+        const QString pattern = fromLatin1(row.pattern);
+        const RegexPattern fast(pattern);
+        const RegexPattern reference(
+            pattern, RegexPattern::Case::Sensitive, RegexPattern::Engine::Reference);
+        EXPECT_EQ(describe(reference.search(std::string_view(row.text))), row.outcome);
+        EXPECT_EQ(describe(fast.search(std::string_view(row.text))), row.outcome);
+        const CaptureReader* reader = fast.translation().captures.get();
+        if (row.reader == CaptureReader::Outcome::Declined && reader == nullptr) {
+            continue;
+        }
+        ASSERT_NE(reader, nullptr);
+        EXPECT_TRUE(reader->startAnchored());
+        std::vector<MatchSpan> spans;
+        EXPECT_EQ(reader->readLongestFromStart(row.text, spans), row.reader);
+    }
+}
+
 // A line of megabytes would need a table of states per character as large; past 16 MiB
 // of it the groups are left to QRegExp.
 TEST(CaptureReader, LeavesMatchesOfHugeLinesToQRegExp)
