@@ -142,7 +142,7 @@ QByteArray InputClassifier::report(Piece piece)
     m_summary.ruleWithoutSubRule += batch.ruleWithoutSubRule;
     if (piece.output) {
         for (const LineBatch::Recognised& recognised : batch.recognised) {
-            count(recognised.line, recognised.rule);
+            count(recognised.line, *recognised.rule);
         }
         return *piece.output;
     }
@@ -153,7 +153,7 @@ QByteArray InputClassifier::report(Piece piece)
         if (m_review != nullptr) {
             m_review->review(recognised.line);
         }
-        count(recognised.line, recognised.rule);
+        count(recognised.line, *recognised.rule);
         output += m_format.message(recognised.line);
     }
     return output;

@@ -68,9 +68,9 @@ void LineReader::readLine(std::string_view text, Description description, LineBa
     }
     LineBatch::Recognised recognised;
     recognised.index = batch.lines;
-    recognised.rule = found.rule->getName();
+    recognised.rule = &found.rule->getName();
     ClassifiedLine& line = recognised.line;
-    line.rule = displayName(recognised.rule);
+    line.rule = displayName(*recognised.rule);
     // A structured line's own "type" field gives its severity, and its type is the
     // rule's alone.
     std::string type = found.rule->getType();
@@ -96,6 +96,7 @@ void LineReader::readLine(std::string_view text, Description description, LineBa
     const LineDecoder decode(withoutLineEnd(text));
     line.severity = severity;
     line.type = displayName(type);
+    line.fields.reserve(found.fields.size());
     for (const auto& [name, value] : found.fields) {
         line.fields.emplace_back(displayName(name), decode(value));
     }

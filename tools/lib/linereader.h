@@ -20,7 +20,9 @@ struct LineBatch {
     /// are left to the caller, which knows where the batch stands in its input.
     struct Recognised {
         long long index = 0;
-        std::string rule; ///< the rule's name as the rules spell it, for counts by rule
+        /// The rule's name as the rules spell it, for counts by rule; it lives as long as
+        /// the rules.
+        const std::string* rule = nullptr;
         ClassifiedLine line;
     };
 

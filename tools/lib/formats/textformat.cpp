@@ -5,10 +5,26 @@
 #include "messagereview.h"
 
 #include <algorithm>
+#include <charconv>
 
 namespace zefa::msg_filter::tool {
 
 namespace {
+
+// Appends text.toUtf8(), without a copy of its own where the text is ASCII.
+void appendUtf8(QByteArray& out, const QString& text)
+{
+    const bool ascii = std::all_of(
+        text.cbegin(), text.cend(), [](QChar character) { return character.unicode() < 0x80; });
+    if (!ascii) {
+        out += text.toUtf8();
+        return;
+    }
+    const int start = out.size();
+    out.resize(start + text.size());
+    std::transform(text.cbegin(), text.cend(), out.data() + start,
+        [](QChar character) { return static_cast<char>(character.unicode()); });
+}
 
 // Appends visibleText(text) in UTF-8. Returns false, having appended part of it, when
 // the text holds a surrogate: only the conversion of the whole string says what an
@@ -68,7 +84,10 @@ QByteArray TextFormat::message(const ClassifiedLine& line)
         out.reserve(m_visibleFile.size() + 3 * line.rule.size() + 4 * line.text.size() + 64);
         out += m_visibleFile;
         out += ':';
-        out += QByteArray::number(line.number);
+        char number[24];
+        out.append(number,
+            static_cast<int>(
+                std::to_chars(number, number + sizeof number, line.number).ptr - number));
         out += ": ";
         if (line.severity != m_severity) {
             m_severity = line.severity;
@@ -77,7 +96,7 @@ QByteArray TextFormat::message(const ClassifiedLine& line)
         }
         out += m_coloredSeverity;
         out += " [";
-        out += line.rule.toUtf8();
+        appendUtf8(out, line.rule);
         out += "] ";
         if (appendVisibleUtf8(out, line.text)) {
             out += '\n';
