@@ -2,11 +2,14 @@
 
 #include <QMutex>
 #include <QRegExp>
+#include <QStringList>
 
 #include <algorithm>
 #include <bitset>
+#include <cctype>
 #include <map>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -74,6 +77,9 @@ struct Node {
     int min = 0;
     int max = 0;
     int capture = 0; ///< the group's number, for a Capture
+    /// For the Assertion of a negative look-ahead for whole words, "(?!(?:w1|w2)\b)":
+    /// the words, each of letters, digits and '_'; empty for any other assertion.
+    std::vector<std::string> words;
 };
 
 // Whether the node may match the empty string; zero-width constructs and what cannot
@@ -257,6 +263,133 @@ void absorbLookAheads(Node& sequence)
     }
 }
 
+// The words of a look-ahead written "(?:w1|w2|...)\b" or "w\b", each of ASCII letters,
+// digits and '_'; none for anything else.
+std::vector<std::string> wordsBeforeBoundary(QString inner)
+{
+    if (!inner.endsWith(QLatin1String("\\b"))) {
+        return {};
+    }
+    inner.chop(2);
+    if (inner.startsWith(QLatin1String("(?:")) && inner.endsWith(QLatin1Char(')'))) {
+        inner = inner.mid(3, inner.size() - 4);
+    } else if (inner.contains(QLatin1Char('|'))) {
+        return {}; // "a|b\b" is a or b\b
+    }
+    std::vector<std::string> words;
+    for (const QString& word : inner.split(QLatin1Char('|'))) {
+        const bool plain = !word.isEmpty() && std::all_of(word.cbegin(), word.cend(), [](QChar c) {
+            const ushort code = c.unicode();
+            return code < 0x80 && (std::isalnum(code) != 0 || code == '_');
+        });
+        if (!plain) {
+            return {};
+        }
+        words.push_back(word.toStdString());
+    }
+    return words;
+}
+
+// A trie of words, each node a prefix.
+struct WordTrie {
+    bool word = false; ///< the prefix is one of the words
+    std::map<unsigned char, WordTrie> next;
+};
+
+// The strings of `first` then any number of `rest` that are none of the words below
+// `node` (the words' prefix read so far, `depth` characters long).
+Node identifiersExcept(
+    const WordTrie& node, std::size_t depth, const ByteSet& first, const ByteSet& rest)
+{
+    const ByteSet& here = depth == 0 ? first : rest;
+    Node choice(Node::Kind::Alternation);
+    if (depth > 0 && !node.word) {
+        choice.children.emplace_back(Node::Kind::Sequence); // it ends here
+    }
+    ByteSet taken;
+    for (const auto& [byte, child] : node.next) {
+        Node step(Node::Kind::Sequence);
+        step.children.emplace_back(Node::Kind::Bytes);
+        step.children.back().bytes.set(byte);
+        step.children.push_back(identifiersExcept(child, depth + 1, first, rest));
+        choice.children.push_back(std::move(step));
+        taken.set(byte);
+    }
+    if ((here & ~taken).any()) {
+        // Off every word: any identifier from here on.
+        Node step(Node::Kind::Sequence);
+        step.children.emplace_back(Node::Kind::Bytes);
+        step.children.back().bytes = here & ~taken;
+        Node more(Node::Kind::Repeat);
+        more.max = kUnbounded;
+        more.children.emplace_back(Node::Kind::Bytes);
+        more.children.back().bytes = rest;
+        step.children.push_back(std::move(more));
+        choice.children.push_back(std::move(step));
+    }
+    return choice;
+}
+
+// A negative look-ahead for whole words before an identifier, as in
+// "(?!(?:ERROR|INFO)\b)[A-Z][A-Za-z0-9_]*:", rules out exactly the identifiers that are one
+// of the words: the identifier is all word characters and is followed by one that is
+// not, so a word is followed by a word boundary there only when it is the whole
+// identifier. Written as the identifiers that are none of the words, the pattern needs no
+// look-ahead.
+void excludeWords(Node& sequence, bool caseSensitive)
+{
+    static const ByteSet wordBytes = acceptedBytes(QStringLiteral("\\w"), true).value_or(ByteSet());
+    std::vector<Node>& parts = sequence.children;
+    for (std::size_t index = 0; caseSensitive && index + 2 < parts.size(); ++index) {
+        if (parts[index].kind != Node::Kind::Assertion || parts[index].words.empty()) {
+            continue;
+        }
+        // The identifier: "[A-Z][A-Za-z0-9_]*" (three parts with the look-ahead) or
+        // "[A-Z]+" (two), then the character after it.
+        const Node& head = parts[index + 1];
+        const bool run = head.kind == Node::Kind::Repeat && head.min == 1 && head.max == kUnbounded
+            && head.children.front().kind == Node::Kind::Bytes;
+        const std::size_t taken = run ? 2 : 3;
+        if (index + taken >= parts.size()) {
+            continue;
+        }
+        const Node& rest = parts[index + (run ? 1 : 2)];
+        const Node& after = parts[index + taken];
+        if ((!run && head.kind != Node::Kind::Bytes) || rest.kind != Node::Kind::Repeat
+            || rest.max != kUnbounded || rest.min != (run ? 1 : 0)
+            || rest.children.front().kind != Node::Kind::Bytes || after.kind != Node::Kind::Bytes) {
+            continue;
+        }
+        const ByteSet& first = run ? head.children.front().bytes : head.bytes;
+        const ByteSet& more = rest.children.front().bytes;
+        if (first.none() || more.none() || (first & ~wordBytes).any() || (more & ~wordBytes).any()
+            || (after.bytes & wordBytes).any()) {
+            continue;
+        }
+        // A word the identifier cannot spell rules nothing out.
+        WordTrie trie;
+        for (const std::string& word : parts[index].words) {
+            bool spelt = true;
+            for (std::size_t at = 0; at < word.size(); ++at) {
+                spelt =
+                    spelt && (at == 0 ? first : more).test(static_cast<unsigned char>(word[at]));
+            }
+            if (!spelt) {
+                continue;
+            }
+            WordTrie* node = &trie;
+            for (const char character : word) {
+                node = &node->next[static_cast<unsigned char>(character)];
+            }
+            node->word = true;
+        }
+        Node identifiers = identifiersExcept(trie, 0, first, more);
+        const auto begin = parts.begin() + static_cast<std::ptrdiff_t>(index);
+        parts.erase(begin, begin + static_cast<std::ptrdiff_t>(taken));
+        parts.insert(parts.begin() + static_cast<std::ptrdiff_t>(index), std::move(identifiers));
+    }
+}
+
 // Reads the dialect with the reference engine's own tokenizing rules (which characters
 // an escape takes, where a class ends, that the first character of a class is literal,
 // that `{,m}` and `{}` are quantifiers). Patterns come here only once the reference
@@ -304,6 +437,7 @@ private:
             sequence.children.push_back(parseFactor());
         }
         absorbLookAheads(sequence);
+        excludeWords(sequence, m_caseSensitive);
         return sequence;
     }
 
@@ -440,6 +574,7 @@ private:
         }
         // Groups are numbered in the order they open.
         const int number = kind == Node::Kind::Capture ? ++m_captureCount : 0;
+        const int innerStart = m_position;
         Node inner = parseAlternation();
         if (m_failed || atEnd() || peek() != ')') {
             fail();
@@ -456,7 +591,12 @@ private:
                 next.bytes = single->bytes;
                 return next;
             }
-            return Node(Node::Kind::Assertion);
+            Node assertion(Node::Kind::Assertion);
+            if (marker == '!') {
+                assertion.words =
+                    wordsBeforeBoundary(m_pattern.mid(innerStart, m_position - 1 - innerStart));
+            }
+            return assertion;
         }
         if (kind == Node::Kind::Capture) {
             Node capture(Node::Kind::Capture);
