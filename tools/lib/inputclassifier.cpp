@@ -41,13 +41,16 @@ InputClassifier::InputClassifier(const RulesSelection& rules, MessageFormat& for
 
 QByteArray InputClassifier::takeCompleteLines(const QByteArray& chunk)
 {
-    m_partial.append(chunk);
-    const int lastLineFeed = m_partial.lastIndexOf('\n');
+    // The partial line holds no line feed: the last one is the chunk's.
+    const int lastLineFeed = chunk.lastIndexOf('\n');
     if (lastLineFeed < 0) {
+        m_partial.append(chunk);
         return {};
     }
-    QByteArray complete = m_partial.left(lastLineFeed + 1);
-    m_partial.remove(0, lastLineFeed + 1);
+    // A chunk that ends its last line, after no partial one, is shared, not copied.
+    QByteArray complete = m_partial.isEmpty() ? chunk.left(lastLineFeed + 1)
+                                              : m_partial + chunk.left(lastLineFeed + 1);
+    m_partial = chunk.mid(lastLineFeed + 1);
     return complete;
 }
 
