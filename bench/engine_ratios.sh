@@ -18,12 +18,14 @@
 #   - classify's peak resident memory on about 10 MB and about 1 GB of log;
 #   - bench_store: resident bytes per stored message at a million messages, and save and
 #     load of that log against a bare stream writer and reader pass.
-# Wall-clock and CPU (user + system) time are both printed; on a busy machine the CPU
-# figure is the steadier one.
+# The timed commands run in REPEATS rounds (default 5), one after the other in each; a ratio
+# is the median over the rounds of the ratio within a round. Wall-clock and CPU (user +
+# system) time are both printed; on a busy machine the CPU figure is the steadier one.
 set -euo pipefail
 build=${1:?usage: engine_ratios.sh BUILD_DIR [LINES] [OLD_BUILD_DIR]}
 lines=${2:-1000000}
 old_build=${3:-}
+repeats=${REPEATS:-5}
 source_dir=$(cd "$(dirname "$0")/.." && pwd)
 tool="$build/tools/msgfilter"
 work=$(mktemp -d "${TMPDIR:-/tmp}/msgfilter-ratios.XXXXXX")
@@ -42,25 +44,35 @@ perl -0777 -ne 'while (/<FilterRule\b[^>]*\breg_patten="([^"]*)"/g) {
 }' "$source_dir/data/enginemsg.xml" > "$work/patterns"
 echo "rule patterns for rg: $(wc -l < "$work/patterns")"
 
-# time_of NAME COMMAND...: runs the command once, output discarded; sets wall_NAME, cpu_NAME.
-time_of() {
+# time_once NAME COMMAND...: runs the command once, output discarded, and adds its wall and
+# CPU (user + system) seconds to walls_NAME and cpus_NAME.
+time_once() {
     local name=$1
     shift
-    local timing="$work/time"
+    local real user system
     TIMEFORMAT='%R %U %S'
-    { time "$@" > /dev/null 2>&1; } 2> "$timing"
-    read -r real user system < "$timing"
-    printf -v "wall_$name" '%s' "$real"
-    printf -v "cpu_$name" '%s' "$(awk -v u="$user" -v s="$system" 'BEGIN { printf "%.3f", u + s }')"
-    printf '%-28s wall %7.3f s   cpu %7.3f s\n' "$name" "$real" "$(eval echo "\$cpu_$name")"
+    { time "$@" > /dev/null 2>&1; } 2> "$work/time"
+    read -r real user system < "$work/time"
+    eval "walls_$name+=($real)"
+    eval "cpus_$name+=($(awk -v u="$user" -v s="$system" 'BEGIN { printf "%.3f", u + s }'))"
 }
-
-time_of rg rg -c -f "$work/patterns" "$work/log"
-time_of classify_text "$tool" classify --jobs 1 --format text --color never "$work/log"
-time_of classify_text_jobs2 "$tool" classify --jobs 2 --format text --color never "$work/log"
-time_of classify_jsonl "$tool" classify --jobs 1 --format jsonl --color never "$work/log"
-time_of classify_text_qregexp env MSGFILTER_REGEX_ENGINE=reference \
-    "$tool" classify --jobs 1 --format text --color never "$work/log"
+median() { printf '%s\n' "$@" | sort -g | sed -n "$((($# + 1) / 2))p"; }
+# ratio KIND A B: the median over the rounds of A's time over B's time in the same round
+# (KIND walls or cpus). The commands of a round run one after the other, so a machine that
+# slows down for a while slows both sides of a ratio alike.
+ratio() {
+    local -n first="$1_$2" second="$1_$3"
+    local quotients=() round
+    for round in "${!first[@]}"; do
+        quotients+=("$(awk -v a="${first[round]}" -v b="${second[round]}" 'BEGIN { printf "%.4f", a / b }')")
+    done
+    median "${quotients[@]}"
+}
+report() {
+    local -n walls="walls_$1" cpus="cpus_$1"
+    printf '%-24s wall %7.3f s   cpu %7.3f s   (medians of %d; walls %s)\n' "$1" \
+        "$(median "${walls[@]}")" "$(median "${cpus[@]}")" "${#walls[@]}" "${walls[*]}"
+}
 
 # One implementation whose single engine prints the whole log, fed in chunks of $1 bytes.
 run_session() {
@@ -73,11 +85,30 @@ run_session() {
 }
 # Both trees read this tree's default rules: the rules an older tree ships may differ.
 rules="$source_dir/data/enginemsg.xml"
-time_of run_64k "$tool" run --rules "$rules" "$(run_session 65536)"
-time_of run_8m "$tool" run --rules "$rules" "$(run_session 8388608)"
-if [[ -n $old_build ]]; then
-    time_of run_64k_old "$old_build/tools/msgfilter" run --rules "$rules" "$(run_session 65536)"
-fi
+session_64k=$(run_session 65536)
+session_8m=$(run_session 8388608)
+
+names=(rg classify_text classify_text_jobs2 classify_jsonl classify_text_qregexp run_64k run_8m)
+[[ -n $old_build ]] && names+=(run_64k_old)
+for name in "${names[@]}"; do
+    declare -a "walls_$name=()" "cpus_$name=()"
+done
+for ((round = 0; round < repeats; ++round)); do
+    time_once rg rg -c -f "$work/patterns" "$work/log"
+    time_once classify_text "$tool" classify --jobs 1 --format text --color never "$work/log"
+    time_once classify_text_jobs2 "$tool" classify --jobs 2 --format text --color never "$work/log"
+    time_once classify_jsonl "$tool" classify --jobs 1 --format jsonl --color never "$work/log"
+    time_once classify_text_qregexp env MSGFILTER_REGEX_ENGINE=reference \
+        "$tool" classify --jobs 1 --format text --color never "$work/log"
+    time_once run_64k "$tool" run --rules "$rules" "$session_64k"
+    time_once run_8m "$tool" run --rules "$rules" "$session_8m"
+    if [[ -n $old_build ]]; then
+        time_once run_64k_old "$old_build/tools/msgfilter" run --rules "$rules" "$session_64k"
+    fi
+done
+for name in "${names[@]}"; do
+    report "$name"
+done
 
 # classify's peak resident memory on about 10 MB and about 1 GB of the same kind of log,
 # streamed through standard input (the generator's own memory is small and counts too).
@@ -112,23 +143,23 @@ per_call=$(per_line BM_FindBestMatchRule_CompilePerCall)
 printf 'FindBestMatchRule cpu ns/line: scan %.0f, QRegExp cached %.0f, QRegExp per call %.0f\n' \
     "$fast" "$cached" "$per_call"
 
-echo "ratios:"
+echo "ratios (each the median over the rounds of the ratio within a round):"
 awk -v f="$fast" -v c="$cached" -v p="$per_call" 'BEGIN {
     printf "  FindBestMatchRule: %.1fx the compiled-per-call path (target >= 10), %.1fx the cached path (target >= 6)\n", p / f, c / f }'
-awk -v t="$wall_classify_text" -v r="$wall_rg" -v tc="$cpu_classify_text" -v rc="$cpu_rg" 'BEGIN {
-    printf "  classify --format text / rg -c -f: %.1fx wall, %.1fx cpu (target <= 5)\n", t / r, tc / rc }'
-awk -v t="$wall_classify_text_jobs2" -v r="$wall_rg" 'BEGIN {
-    printf "  classify --format text --jobs 2 / rg -c -f: %.1fx wall (target <= 3)\n", t / r }'
-awk -v q="$cpu_classify_text_qregexp" -v tc="$cpu_classify_text" 'BEGIN {
-    printf "  classify --format text, QRegExp alone / automaton: %.2fx cpu\n", q / tc }'
-awk -v j="$wall_classify_jsonl" -v t="$wall_classify_text" -v jc="$cpu_classify_jsonl" -v tc="$cpu_classify_text" 'BEGIN {
-    printf "  classify --format jsonl / text: %.2fx wall, %.2fx cpu (target <= 1.3)\n", j / t, jc / tc }'
-awk -v l="$lines" -v s="$wall_run_64k" -v b="$wall_run_8m" -v sc="$cpu_run_64k" -v bc="$cpu_run_8m" 'BEGIN {
-    printf "  run, 8 MB / 64 KB chunks: %.2fx wall, %.2fx cpu (target <= 1.2); 64 KB chunks: %.0f lines/s wall, %.0f lines/s cpu\n",
-        b / s, bc / sc, l / s, l / sc }'
+printf '  classify --format text / rg -c -f: %.1fx wall, %.1fx cpu (target <= 5)\n' \
+    "$(ratio walls classify_text rg)" "$(ratio cpus classify_text rg)"
+printf '  classify --format text --jobs 2 / rg -c -f: %.1fx wall (target <= 3)\n' \
+    "$(ratio walls classify_text_jobs2 rg)"
+printf '  classify --format text, QRegExp alone / automaton: %.2fx cpu\n' \
+    "$(ratio cpus classify_text_qregexp classify_text)"
+printf '  classify --format jsonl / text: %.2fx wall, %.2fx cpu (target <= 1.3)\n' \
+    "$(ratio walls classify_jsonl classify_text)" "$(ratio cpus classify_jsonl classify_text)"
+printf '  run, 8 MB / 64 KB chunks: %.2fx wall, %.2fx cpu (target <= 1.2); 64 KB chunks: %.0f lines/s wall\n' \
+    "$(ratio walls run_8m run_64k)" "$(ratio cpus run_8m run_64k)" \
+    "$(awk -v l="$lines" -v s="$(median "${walls_run_64k[@]}")" 'BEGIN { print l / s }')"
 if [[ -n $old_build ]]; then
-    awk -v s="$wall_run_64k" -v o="$wall_run_64k_old" -v sc="$cpu_run_64k" -v oc="$cpu_run_64k_old" 'BEGIN {
-        printf "  run, 64 KB chunks, lines per second against the old tree: %.2fx wall, %.2fx cpu (target >= 4)\n", o / s, oc / sc }'
+    printf '  run, 64 KB chunks, lines per second against the old tree: %.2fx wall, %.2fx cpu (target >= 4)\n' \
+        "$(ratio walls run_64k_old run_64k)" "$(ratio cpus run_64k_old run_64k)"
 fi
 awk -v s="$rss_small" -v l="$rss_large" 'BEGIN {
     printf "  classify peak resident memory, ~1 GB / ~10 MB input: %.2fx (target: the same)\n", l / s }'
