@@ -104,6 +104,7 @@ void InputClassifier::feedAll(QIODevice& input,
                 Piece piece { m_reader.read(lines, description), std::nullopt };
                 if (format) {
                     piece.output = write(piece.batch, first, *format);
+                    keepCountsOnly(piece.batch);
                 }
                 return piece;
             });
@@ -160,6 +161,17 @@ QByteArray InputClassifier::report(Piece piece)
         output += m_format.message(recognised.line);
     }
     return output;
+}
+
+void InputClassifier::keepCountsOnly(LineBatch& batch)
+{
+    for (LineBatch::Recognised& recognised : batch.recognised) {
+        ClassifiedLine counted;
+        counted.severity = recognised.line.severity;
+        counted.waived = recognised.line.waived;
+        counted.baseline = recognised.line.baseline;
+        recognised.line = std::move(counted);
+    }
 }
 
 void InputClassifier::count(const ClassifiedLine& line, const std::string& rule)

@@ -66,6 +66,9 @@ private:
     /// Numbers a batch's lines from `first` and writes them with `format`.
     QByteArray write(LineBatch& batch, long long first, MessageFormat& format) const;
     void count(const ClassifiedLine& line, const std::string& rule);
+    /// Leaves of each line what count() reads. A piece's thread does this to the lines
+    /// it wrote, so that what it made is freed there and not on the calling thread.
+    static void keepCountsOnly(LineBatch& batch);
 
     const LineReader m_reader;
     MessageFormat& m_format;
