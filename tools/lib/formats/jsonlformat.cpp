@@ -4,6 +4,8 @@
 
 #include <QJsonDocument>
 
+#include <charconv>
+
 namespace zefa::msg_filter::tool {
 
 namespace {
@@ -38,6 +40,11 @@ void appendString(QByteArray& out, const QString& text)
     const int size = text.size();
     for (int index = 0; index < size; ++index) {
         const ushort code = characters[index].unicode();
+        // Most characters of a log are printable ASCII that stands as it is.
+        if (code >= 0x20 && code < 0x80 && code != '"' && code != '\\') {
+            *write++ = static_cast<char>(code);
+            continue;
+        }
         if (code >= 0x80) {
             if (QChar::isHighSurrogate(code) && index + 1 < size
                 && characters[index + 1].isLowSurrogate()) {
@@ -98,11 +105,17 @@ void appendString(QByteArray& out, const QString& text)
     out.resize(static_cast<int>(write - out.data()));
 }
 
-void appendMember(QByteArray& out, const char* name, const QString& value)
+// Appends a string literal without measuring it.
+template <int Size> void appendLiteral(QByteArray& out, const char (&text)[Size])
 {
-    out += '"';
-    out += name;
-    out += "\":";
+    out.append(text, Size - 1);
+}
+
+// Appends `"name":value,`, the name given with its quotes and colon.
+template <int Size>
+void appendMember(QByteArray& out, const char (&quotedName)[Size], const QString& value)
+{
+    appendLiteral(out, quotedName);
     appendString(out, value);
     out += ',';
 }
@@ -130,29 +143,35 @@ QByteArray JsonlFormat::message(const ClassifiedLine& line)
     QByteArray out;
     out.reserve(6 * characters + 160);
     out += '{';
-    if (line.baseline != BaselineState::None) {
-        out += line.baseline == BaselineState::New ? "\"baseline\":\"new\","
-                                                   : "\"baseline\":\"known\",";
+    if (line.baseline == BaselineState::New) {
+        appendLiteral(out, "\"baseline\":\"new\",");
+    } else if (line.baseline == BaselineState::Known) {
+        appendLiteral(out, "\"baseline\":\"known\",");
     }
-    out += "\"fields\":[";
+    appendLiteral(out, "\"fields\":[");
     for (std::size_t index = 0; index < line.fields.size(); ++index) {
-        out += index == 0 ? "[" : ",[";
+        if (index > 0) {
+            out += ',';
+        }
+        out += '[';
         appendString(out, line.fields[index].first);
         out += ',';
         appendString(out, line.fields[index].second);
         out += ']';
     }
-    out += "],";
-    appendMember(out, "file", line.file);
-    out += "\"line\":";
-    out += QByteArray::number(line.number);
+    appendLiteral(out, "],");
+    appendMember(out, "\"file\":", line.file);
+    appendLiteral(out, "\"line\":");
+    char number[24];
+    out.append(number,
+        static_cast<int>(std::to_chars(number, number + sizeof number, line.number).ptr - number));
     out += ',';
-    appendMember(out, "rule", line.rule);
-    appendMember(out, "severity", severityName(line.severity));
-    appendMember(out, "text", line.text);
-    out += "\"type\":";
+    appendMember(out, "\"rule\":", line.rule);
+    appendMember(out, "\"severity\":", severityName(line.severity));
+    appendMember(out, "\"text\":", line.text);
+    appendLiteral(out, "\"type\":");
     appendString(out, line.type);
-    out += "}\n";
+    appendLiteral(out, "}\n");
     return out;
 }
 
