@@ -79,6 +79,9 @@ RuleScan::SubRuleFound RuleScan::findSubRule(const ZefaMsgParserRule& rule, std:
 void RuleScan::appendFields(const ZefaMsgParserRule::SubRule& sub, const RegexPattern::Match& match,
     std::string_view line, std::vector<std::pair<std::string, std::string>>& fields)
 {
+    if (match.spans.size() > 1) {
+        fields.reserve(fields.size() + match.spans.size() - 1);
+    }
     for (std::size_t group = 1; group < match.spans.size(); ++group) {
         const MatchSpan& span = match.spans[group];
         std::string name = group - 1 < sub.fields.size() ? sub.fields[group - 1] : std::string();

@@ -122,8 +122,11 @@ void InputClassifier::feedAll(QIODevice& input,
 LineReader::Description InputClassifier::description() const
 {
     // A review keys messages by their id and text; formats may show them.
-    return m_review != nullptr || m_format.readsDescription() ? LineReader::Description::Made
-                                                              : LineReader::Description::Skipped;
+    if (m_review != nullptr || m_format.readsDescription()) {
+        return LineReader::Description::Made;
+    }
+    return m_format.readsFields() ? LineReader::Description::FieldsOnly
+                                  : LineReader::Description::Skipped;
 }
 
 QByteArray InputClassifier::write(LineBatch& batch, long long first, MessageFormat& format) const

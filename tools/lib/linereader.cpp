@@ -96,11 +96,13 @@ void LineReader::readLine(std::string_view text, Description description, LineBa
     const LineDecoder decode(withoutLineEnd(text));
     line.severity = severity;
     line.type = displayName(type);
-    line.fields.reserve(found.fields.size());
-    for (const auto& [name, value] : found.fields) {
-        line.fields.emplace_back(displayName(name), decode(value));
-    }
     line.text = decode.line();
+    if (description != Description::Skipped) {
+        line.fields.reserve(found.fields.size());
+        for (const auto& [name, value] : found.fields) {
+            line.fields.emplace_back(displayName(name), decode(value));
+        }
+    }
     if (description == Description::Made) {
         describeMessage(line);
     }

@@ -41,8 +41,12 @@ class LineReader {
 public:
     explicit LineReader(const RulesSelection& rules);
 
-    /// Whether a recognised line also gets what describeMessage() derives from it.
-    enum class Description { Made, Skipped };
+    /// How much of a recognised line is read beyond its rule, type, severity and text.
+    enum class Description {
+        Made, ///< its fields, and what describeMessage() derives from them
+        FieldsOnly, ///< its fields, left undescribed
+        Skipped, ///< neither: the line's fields stay empty
+    };
 
     /// Reads every line of `lines`, which holds complete lines only, except that the
     /// last one may lack its line feed (the end of the input). NUL bytes are line bytes.

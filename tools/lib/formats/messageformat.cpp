@@ -51,6 +51,11 @@ bool MessageFormat::readsDescription() const
     return true;
 }
 
+bool MessageFormat::readsFields() const
+{
+    return true;
+}
+
 std::unique_ptr<MessageFormat> MessageFormat::forPiece() const
 {
     return nullptr;

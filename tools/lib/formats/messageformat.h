@@ -33,6 +33,9 @@ public:
     /// Whether message() reads what describeMessage() derives (id, message, source
     /// place); lines for a format that does not are spared that work.
     virtual bool readsDescription() const;
+    /// Whether message() reads a line's fields; a format that reads the description
+    /// reads them too.
+    virtual bool readsFields() const;
 };
 
 class MessageReview;

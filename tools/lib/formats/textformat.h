@@ -17,6 +17,7 @@ public:
     QByteArray finish(const ClassificationSummary& summary) override;
     std::unique_ptr<MessageFormat> forPiece() const override;
     bool readsDescription() const override { return false; }
+    bool readsFields() const override { return false; }
 
 private:
     bool m_color;
