@@ -4,7 +4,9 @@
 // pieces never matters: the first byte picks a piece size, and the output (in every
 // format) and the summary must equal those of the whole input, and so must the output of
 // the input read from a device on two threads. Every line shown must
-// also give its bytes back: as UTF-8 when it is valid UTF-8, else as Latin-1.
+// also give its bytes back: as UTF-8 when it is valid UTF-8, else as Latin-1. Each jsonl
+// line, written without a document, must be what the document writer writes for the
+// object it reads back as.
 
 #include "displaytext.h"
 #include "formats/messageformat.h"
@@ -13,6 +15,7 @@
 
 #include <QBuffer>
 #include <QByteArray>
+#include <QJsonDocument>
 
 #include <cstddef>
 #include <cstdint>
@@ -66,6 +69,14 @@ QByteArray classifyDevice(const QByteArray& input, const QString& format)
     return output;
 }
 
+void requireDocumentWriterLines(const QByteArray& output)
+{
+    for (const QByteArray& line : output.split('\n')) {
+        require(
+            line.isEmpty() || QJsonDocument::fromJson(line).toJson(QJsonDocument::Compact) == line);
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
@@ -93,6 +104,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(pieces.summary.byRule == whole.summary.byRule);
         require(pieces.summary.ruleWithoutSubRule == whole.summary.ruleWithoutSubRule);
         require(classifyDevice(input, format) == whole.output);
+        if (format == QStringLiteral("jsonl")) {
+            requireDocumentWriterLines(whole.output);
+        }
     }
     const QString shown = displayText(input.constData(), static_cast<std::size_t>(input.size()));
     require(shown.toUtf8() == input || shown.toLatin1() == input);

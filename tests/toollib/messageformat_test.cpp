@@ -183,6 +183,29 @@ INSTANTIATE_TEST_SUITE_P(Rows, JsonlObjects,
             "no_severity", changed([](ClassifiedLine& line) { line.severity = Severity::None; }) }),
     [](const testing::TestParamInfo<JsonlRow>& info) { return std::string(info.param.name); });
 
+// Plain ASCII is copied several characters at a time: a character on either side of
+// plain, escaped or written in several bytes, must come out the same wherever it stands
+// in a run of plain text, and a pair of surrogates where the run is cut.
+TEST(JsonlText, ReadsTheSameAtEveryPlaceInARun)
+{
+    const std::unique_ptr<MessageFormat> format = makeMessageFormat(QStringLiteral("jsonl"), {});
+    const QString characters[] = { fromCodes({ 0 }), fromCodes({ 0x1f }), fromCodes({ 0x20 }),
+        fromCodes({ '"' }), fromCodes({ '\\' }), fromCodes({ 0x7e }), fromCodes({ 0x7f }),
+        fromCodes({ 0x80 }), fromCodes({ 0xe9 }), fromCodes({ 0x800 }), fromCodes({ 0x7fff }),
+        fromCodes({ 0x8000 }), fromCodes({ 0xdc00 }), fromCodes({ 0xffff }),
+        fromCodes({ 0xd83d, 0xde00 }) };
+    for (const QString& character : characters) {
+        for (int before = 0; before <= 17; ++before) {
+            const ClassifiedLine line = withText(
+                QString(before, QLatin1Char('a')) + character + QString(17 - before, u'b'));
+            SCOPED_TRACE(line.text.toStdString());
+            EXPECT_EQ(format->message(line).toStdString(),
+                QByteArray(QJsonDocument(toJsonl(line)).toJson(QJsonDocument::Compact) + '\n')
+                    .toStdString());
+        }
+    }
+}
+
 TEST(Formats, JsonlLeavesWaivedLinesOut)
 {
     ClassifiedLine line = sampleLine();

@@ -5,6 +5,11 @@
 #include <QJsonDocument>
 
 #include <charconv>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace zefa::msg_filter::tool {
 
@@ -26,30 +31,67 @@ char* writeHex4(char* write, ushort code)
     return write;
 }
 
-// A JSON string as the document writer escapes it: the quote, the backslash and the C0
-// controls escaped (\b \f \n \r \t by name, the rest as \u00xx), everything else UTF-8,
-// a lone surrogate as its \u escape.
-void appendString(QByteArray& out, const QString& text)
+// Copies the UTF-16 units at the start of `units` that a JSON string keeps as they are,
+// printable ASCII but the quote and the backslash, to `write` as bytes; returns how many.
+// `write` has room for six bytes a unit: eight units at a time may be stored before it is
+// known how many of them count.
+int copyPlainAscii(const QChar* units, int size, char* write)
 {
-    // No UTF-16 unit takes more than six bytes (\uXXXX); the array is cut to size after.
-    const int start = out.size();
-    out.resize(start + 6 * text.size() + 2);
-    char* write = out.data() + start;
+    int index = 0;
+#if defined(__SSE2__)
+    const __m128i beforeSpace = _mm_set1_epi16(0x1f);
+    const __m128i pastAscii = _mm_set1_epi16(0x80);
+    const __m128i quote = _mm_set1_epi16('"');
+    const __m128i backslash = _mm_set1_epi16('\\');
+    for (; index + 8 <= size; index += 8) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + index));
+        // Units from 0x8000 up compare as negative: below space, and so not plain.
+        const __m128i printable =
+            _mm_and_si128(_mm_cmpgt_epi16(block, beforeSpace), _mm_cmplt_epi16(block, pastAscii));
+        const __m128i escaped =
+            _mm_or_si128(_mm_cmpeq_epi16(block, quote), _mm_cmpeq_epi16(block, backslash));
+        const int plain = _mm_movemask_epi8(_mm_andnot_si128(escaped, printable));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(write + index), _mm_packus_epi16(block, block));
+        if (plain != 0xffff) {
+            // Two mask bits a unit; the first unit that is not plain ends the run.
+            return index + __builtin_ctz(static_cast<unsigned>(~plain)) / 2;
+        }
+    }
+#endif
+    for (; index < size; ++index) {
+        const ushort code = units[index].unicode();
+        if (code < 0x20 || code >= 0x80 || code == '"' || code == '\\') {
+            break;
+        }
+        write[index] = static_cast<char>(code);
+    }
+    return index;
+}
+
+// Writes `text` as a JSON string as the document writer escapes it: the quote, the
+// backslash and the C0 controls escaped (\b \f \n \r \t by name, the rest as \u00xx),
+// everything else UTF-8, a lone surrogate as its \u escape. `write` has room for
+// 6 * text.size() + 2 bytes, since no UTF-16 unit takes more than six (\uXXXX); returns
+// the end of what it wrote.
+char* writeString(char* write, const QString& text)
+{
     *write++ = '"';
     const QChar* characters = text.constData();
     const int size = text.size();
-    for (int index = 0; index < size; ++index) {
-        const ushort code = characters[index].unicode();
+    int index = 0;
+    while (true) {
         // Most characters of a log are printable ASCII that stands as it is.
-        if (code >= 0x20 && code < 0x80 && code != '"' && code != '\\') {
-            *write++ = static_cast<char>(code);
-            continue;
+        const int plain = copyPlainAscii(characters + index, size - index, write);
+        index += plain;
+        write += plain;
+        if (index == size) {
+            break;
         }
+        const ushort code = characters[index++].unicode();
         if (code >= 0x80) {
-            if (QChar::isHighSurrogate(code) && index + 1 < size
-                && characters[index + 1].isLowSurrogate()) {
-                const uint point = QChar::surrogateToUcs4(code, characters[index + 1].unicode());
-                ++index;
+            if (QChar::isHighSurrogate(code) && index < size
+                && characters[index].isLowSurrogate()) {
+                const uint point = QChar::surrogateToUcs4(code, characters[index++].unicode());
                 *write++ = static_cast<char>(0xf0 | (point >> 18));
                 *write++ = static_cast<char>(0x80 | ((point >> 12) & 0x3f));
                 *write++ = static_cast<char>(0x80 | ((point >> 6) & 0x3f));
@@ -95,29 +137,30 @@ void appendString(QByteArray& out, const QString& text)
         if (named != nullptr) {
             *write++ = named[0];
             *write++ = named[1];
-        } else if (code < 0x20) {
-            write = writeHex4(write, code);
         } else {
-            *write++ = static_cast<char>(code);
+            // What copyPlainAscii() leaves below 0x80 is a quote, a backslash or a control.
+            write = writeHex4(write, code);
         }
     }
     *write++ = '"';
-    out.resize(static_cast<int>(write - out.data()));
+    return write;
 }
 
-// Appends a string literal without measuring it.
-template <int Size> void appendLiteral(QByteArray& out, const char (&text)[Size])
+// Writes a string literal without measuring it; returns the end of what it wrote.
+template <int Size> char* writeLiteral(char* write, const char (&text)[Size])
 {
-    out.append(text, Size - 1);
+    std::memcpy(write, text, Size - 1);
+    return write + Size - 1;
 }
 
-// Appends `"name":value,`, the name given with its quotes and colon.
+// Writes `"name":value,`, the name given with its quotes and colon.
 template <int Size>
-void appendMember(QByteArray& out, const char (&quotedName)[Size], const QString& value)
+char* writeMember(char* write, const char (&quotedName)[Size], const QString& value)
 {
-    appendLiteral(out, quotedName);
-    appendString(out, value);
-    out += ',';
+    write = writeLiteral(write, quotedName);
+    write = writeString(write, value);
+    *write++ = ',';
+    return write;
 }
 
 } // namespace
@@ -135,43 +178,46 @@ QByteArray JsonlFormat::message(const ClassifiedLine& line)
     // The members of toJsonl(), written directly in the document writer's compact form:
     // names in byte order, no blanks. Building the document first costs more than the
     // rest of classifying a line.
-    // Room for every string at its widest, so that the array grows once.
-    int characters = line.file.size() + line.rule.size() + line.text.size() + line.type.size();
+    // Room for every string at its widest, six bytes a unit: its quotes and a field's
+    // brackets and commas are in the eight units counted for each field, the names, the
+    // other punctuation and the number in the 160 bytes.
+    const QString severity = severityName(line.severity);
+    int characters =
+        line.file.size() + line.rule.size() + severity.size() + line.text.size() + line.type.size();
     for (const auto& [name, value] : line.fields) {
         characters += name.size() + value.size() + 8;
     }
-    QByteArray out;
-    out.reserve(6 * characters + 160);
-    out += '{';
+    QByteArray out(6 * characters + 160, Qt::Uninitialized);
+    char* write = out.data();
+    *write++ = '{';
     if (line.baseline == BaselineState::New) {
-        appendLiteral(out, "\"baseline\":\"new\",");
+        write = writeLiteral(write, "\"baseline\":\"new\",");
     } else if (line.baseline == BaselineState::Known) {
-        appendLiteral(out, "\"baseline\":\"known\",");
+        write = writeLiteral(write, "\"baseline\":\"known\",");
     }
-    appendLiteral(out, "\"fields\":[");
+    write = writeLiteral(write, "\"fields\":[");
     for (std::size_t index = 0; index < line.fields.size(); ++index) {
         if (index > 0) {
-            out += ',';
+            *write++ = ',';
         }
-        out += '[';
-        appendString(out, line.fields[index].first);
-        out += ',';
-        appendString(out, line.fields[index].second);
-        out += ']';
+        *write++ = '[';
+        write = writeString(write, line.fields[index].first);
+        *write++ = ',';
+        write = writeString(write, line.fields[index].second);
+        *write++ = ']';
     }
-    appendLiteral(out, "],");
-    appendMember(out, "\"file\":", line.file);
-    appendLiteral(out, "\"line\":");
-    char number[24];
-    out.append(number,
-        static_cast<int>(std::to_chars(number, number + sizeof number, line.number).ptr - number));
-    out += ',';
-    appendMember(out, "\"rule\":", line.rule);
-    appendMember(out, "\"severity\":", severityName(line.severity));
-    appendMember(out, "\"text\":", line.text);
-    appendLiteral(out, "\"type\":");
-    appendString(out, line.type);
-    appendLiteral(out, "}\n");
+    write = writeLiteral(write, "],");
+    write = writeMember(write, "\"file\":", line.file);
+    write = writeLiteral(write, "\"line\":");
+    write = std::to_chars(write, write + 24, line.number).ptr;
+    *write++ = ',';
+    write = writeMember(write, "\"rule\":", line.rule);
+    write = writeMember(write, "\"severity\":", severity);
+    write = writeMember(write, "\"text\":", line.text);
+    write = writeLiteral(write, "\"type\":");
+    write = writeString(write, line.type);
+    write = writeLiteral(write, "}\n");
+    out.resize(static_cast<int>(write - out.data()));
     return out;
 }
 
